@@ -1,0 +1,194 @@
+// The integer YCbCr-to-RGB arithmetic shared by every RGB converter, the bilinear luma taps of
+// the scalers, unaligned loads and stores, and the two 2x2-block walkers (same size and scaled)
+// under which the converter families differ only in how they pack and where they store.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "core/qv_context.h"
+
+namespace qv {
+
+// ---- unaligned access: caller planes carry no alignment promise ----------------------------
+inline uint16_t Load16(const uint8_t* p) {
+    uint16_t v;
+    std::memcpy(&v, p, 2);
+    return v;
+}
+inline uint32_t Load32(const uint8_t* p) {
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v;
+}
+inline void Store16(uint8_t* p, uint32_t v) {
+    const uint16_t w = static_cast<uint16_t>(v);
+    std::memcpy(p, &w, 2);
+}
+inline void Store32(uint8_t* p, uint32_t v) { std::memcpy(p, &v, 4); }
+
+// Row k of a plane: pointer arithmetic in pointer width, so large strides never wrap.
+template <typename T>
+inline T* Row(T* base, int32_t k, int32_t stride) {
+    return base + static_cast<ptrdiff_t>(k) * stride;
+}
+
+// ---- colour arithmetic --------------------------------------------------------------------
+// Chroma contributions of one 2x2 block, in 1/128 units of an 8-bit level, like yTable.
+struct ChromaTerms {
+    int32_t red;
+    int32_t green;
+    int32_t blue;
+};
+
+// The whole table entry is shifted, so a negative green half leaks one unit into red and blue.
+inline ChromaTerms ChromaTermsOf(int32_t cbEntry, int32_t crEntry) {
+    const uint32_t sum = static_cast<uint32_t>(cbEntry) + static_cast<uint32_t>(crEntry);
+    return {crEntry >> 15, static_cast<int32_t>(sum << 16) >> 15, cbEntry >> 15};
+}
+inline ChromaTerms ChromaTermsOf(const QvImgPrcContext* ctx, uint8_t cb, uint8_t cr) {
+    return ChromaTermsOf(ctx->cbTable[cb], ctx->crTable[cr]);
+}
+
+// Upper bound first, then a negative value cleared to zero.
+inline int32_t ClampTo(int32_t v, int32_t max) {
+    if (v > max) v = max;
+    return v & ~(v >> 31);
+}
+
+inline uint32_t PixelRGB565(int32_t y, const ChromaTerms& t) {
+    const int32_t r = ClampTo((y + t.red) >> 10, 31);
+    const int32_t g = ClampTo((y + t.green) >> 9, 63);
+    const int32_t b = ClampTo((y + t.blue) >> 10, 31);
+    return static_cast<uint32_t>(r << 11 | g << 5 | b);
+}
+
+// Interpolation word: blue bits 0-4, green 10-15, red (6 bits) 21-26, zero guard bits between.
+constexpr uint32_t kInterpMask = 0x07E0FC1F;
+inline uint32_t InterpWord(int32_t y, const ChromaTerms& t) {
+    const int32_t r = ClampTo((y + t.red) >> 9, 63);
+    const int32_t g = ClampTo((y + t.green) >> 9, 63);
+    const int32_t b = ClampTo((y + t.blue) >> 10, 31);
+    return static_cast<uint32_t>(r << 21 | g << 10 | b);
+}
+// Packs a blend whose weights sum to 2^k; k = 0 drops the lowest red bit of a plain word.
+inline uint32_t PackInterpRGB565(uint32_t sum, int k) {
+    return ((sum >> (11 + k)) & 0xF800) | ((sum >> (5 + k)) & 0x07E0) | ((sum >> k) & 0x1F);
+}
+
+// Full 8-bit channels (ARGB32, RGB888).
+struct RGB8 {
+    uint32_t r, g, b;
+};
+inline RGB8 PixelRGB8(int32_t y, const ChromaTerms& t) {
+    return {static_cast<uint32_t>(ClampTo((y + t.red) >> 7, 255)),
+            static_cast<uint32_t>(ClampTo((y + t.green) >> 7, 255)),
+            static_cast<uint32_t>(ClampTo((y + t.blue) >> 7, 255))};
+}
+inline uint32_t PixelARGB32(int32_t y, const ChromaTerms& t, uint8_t alpha) {
+    const RGB8 c = PixelRGB8(y, t);
+    return static_cast<uint32_t>(alpha) << 24 | c.r << 16 | c.g << 8 | c.b;
+}
+inline void StoreRGB888(uint8_t* p, const RGB8& c) {
+    p[0] = static_cast<uint8_t>(c.b);
+    p[1] = static_cast<uint8_t>(c.g);
+    p[2] = static_cast<uint8_t>(c.r);
+}
+
+// ---- bilinear luma taps of the scalers (5-bit weights, truncating) --------------------------
+// Vertical tap: one extra bit of fraction.
+inline int32_t VerticalTap(int32_t above, int32_t below, int32_t fy) {
+    return (32 * above + (below - above) * fy) >> 4;
+}
+// Horizontal tap over two vertical taps; the low 8 bits are the sample.
+inline uint8_t HorizontalTap(int32_t left, int32_t right, int32_t fx) {
+    return static_cast<uint8_t>(((right - left) * fx + 32 * left) >> 6);
+}
+
+// 16.16 step from the first to the last sample: ((src - 1) << 16) / (dst - 1).
+// Sizes reaching a scaler are multiples of 4, so dst - 1 is never 0.
+inline int32_t ScaleStep(int32_t src, int32_t dst) {
+    return static_cast<int32_t>(static_cast<uint32_t>(src - 1) << 16) / (dst - 1);
+}
+// Position n * step in 16.16, accumulated modulo 2^32 as a running sum would be.
+inline int32_t ScalePosition(int32_t n, int32_t step) {
+    return static_cast<int32_t>(static_cast<uint32_t>(n) * static_cast<uint32_t>(step));
+}
+inline int32_t PosIndex(int32_t pos) { return pos >> 16; }
+inline int32_t PosWeight(int32_t pos) { return (pos >> 11) & 31; }
+
+// ---- 2x2 block walkers --------------------------------------------------------------------
+// The four luma samples of a destination 2x2 block and the chroma pair they share.
+struct Block {
+    uint8_t y00, y01;  // upper row, columns c and c + 1
+    uint8_t y10, y11;  // lower row
+    uint8_t cb, cr;
+};
+
+// Same-size walk over a 4:2:0 picture in 2x2 blocks, rows outer. `kCrStepsByCbStride`: the Cr
+// row advances by the Cb stride, as the routines with one chroma stride were always called with
+// equal chroma strides. Sink: BeginRowPair(k), Put(j, block) for row pair k, column pair j.
+template <bool kCrStepsByCbStride, class Sink>
+inline void WalkBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t W, int32_t H,
+                       Sink& sink) {
+    const uint8_t* y0 = sp[0];
+    const uint8_t* cb = sp[1];
+    const uint8_t* cr = sp[2];
+    const int32_t crStride = kCrStepsByCbStride ? ss[1] : ss[2];
+    for (int32_t y = 0, k = 0; y < H; y += 2, ++k) {
+        const uint8_t* y1 = y0 + ss[0];
+        sink.BeginRowPair(k);
+        for (int32_t x = 0, j = 0; x < W; x += 2, ++j) {
+            sink.Put(j, Block{y0[x], y0[x + 1], y1[x], y1[x + 1], cb[j], cr[j]});
+        }
+        y0 += 2 * static_cast<ptrdiff_t>(ss[0]);
+        cb += ss[1];
+        cr += crStride;
+    }
+}
+
+// Scaled walk: destination rows and columns in pairs; bilinear luma from two source rows (the
+// lower one clamped to the last row, where its weight is always 0) and two columns (the right
+// one clamped to W - 1); chroma by nearest choice at row (y0 + y1 + 1) >> 2 and column
+// (x0 + x1 + 1) >> 2 of the pair, each chroma plane read with its own stride.
+template <class Sink>
+inline void WalkScaledBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t W, int32_t H,
+                             int32_t DW, int32_t DH, Sink& sink) {
+    if (DH < 1 || DW < 1 || W < 1 || H < 1) return;
+    const int32_t xstep = ScaleStep(W, DW);
+    const int32_t ystep = ScaleStep(H, DH);
+    for (int32_t r = 0, k = 0; r < DH; r += 2, ++k) {
+        const int32_t ya = ScalePosition(2 * k, ystep);
+        const int32_t yb = ya + ystep;
+        const int32_t rowA = PosIndex(ya), rowB = PosIndex(yb);
+        const int32_t fyA = PosWeight(ya), fyB = PosWeight(yb);
+        const uint8_t* a0 = Row(sp[0], rowA, ss[0]);
+        const uint8_t* a1 = Row(sp[0], rowA + 1 < H ? rowA + 1 : H - 1, ss[0]);
+        const uint8_t* b0 = Row(sp[0], rowB, ss[0]);
+        const uint8_t* b1 = Row(sp[0], rowB + 1 < H ? rowB + 1 : H - 1, ss[0]);
+        const int32_t chromaRow = (rowA + rowB + 1) >> 2;
+        const uint8_t* cbRow = Row(sp[1], chromaRow, ss[1]);
+        const uint8_t* crRow = Row(sp[2], chromaRow, ss[2]);
+        sink.BeginRowPair(k);
+        for (int32_t c = 0, j = 0; c < DW; c += 2, ++j) {
+            const int32_t xa = ScalePosition(2 * j, xstep);
+            const int32_t xb = xa + xstep;
+            const int32_t x0 = PosIndex(xa), x1 = PosIndex(xb);
+            const int32_t x0n = x0 + 1 < W ? x0 + 1 : W - 1;
+            const int32_t x1n = x1 + 1 < W ? x1 + 1 : W - 1;
+            const int32_t fx0 = PosWeight(xa), fx1 = PosWeight(xb);
+            const int32_t chromaCol = (x0 + x1 + 1) >> 2;
+            Block blk;
+            blk.y00 = HorizontalTap(VerticalTap(a0[x0], a1[x0], fyA), VerticalTap(a0[x0n], a1[x0n], fyA), fx0);
+            blk.y01 = HorizontalTap(VerticalTap(a0[x1], a1[x1], fyA), VerticalTap(a0[x1n], a1[x1n], fyA), fx1);
+            blk.y10 = HorizontalTap(VerticalTap(b0[x0], b1[x0], fyB), VerticalTap(b0[x0n], b1[x0n], fyB), fx0);
+            blk.y11 = HorizontalTap(VerticalTap(b0[x1], b1[x1], fyB), VerticalTap(b0[x1n], b1[x1n], fyB), fx1);
+            blk.cb = cbRow[chromaCol];
+            blk.cr = crRow[chromaCol];
+            sink.Put(j, blk);
+        }
+    }
+}
+
+}  // namespace qv

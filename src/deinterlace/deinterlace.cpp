@@ -1,8 +1,527 @@
-// Placeholder: deinterlacing is not converted yet.
+// The deinterlacer. QV_DeInterlace runs one mode from the caller's planar YCbCr planes into the
+// context's work planes, which the converters then read in their place.
+#include "deinterlace/deinterlace.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
 
-int32_t QV_DeInterlace(const QvImgPrcContext*, const uint8_t* const[3], const int32_t[3], uint8_t* const[3], const int32_t[3]) { return kOk; }
+namespace {
+
+// Line k of a plane addressed by its pitch.
+template <typename T>
+inline T* Line(T* base, int32_t k, uint32_t pitch) {
+    return Row(base, k, static_cast<int32_t>(pitch));
+}
+
+inline uint32_t UsedPlanes(const DeintPicture* p) { return std::min<uint32_t>(p->planeCount, 4); }
+
+// Lines of plane i: 4:2:0 chroma has half the luma lines, every other plane has `height`.
+inline int32_t PlaneLines(uint32_t fmt, uint32_t plane, uint32_t height) {
+    return static_cast<int32_t>(fmt == kYCbCr420 && plane != 0 ? height >> 1 : height);
+}
+
+// ---- simple modes -----------------------------------------------------------------------------
+
+// One plane of a simple mode, lines by index. A copy or average moves min(source pitch, output
+// pitch) bytes. Output lines past the plane are never written; source indices past it read the
+// last line (4:2:2 chroma steps two source lines per output line and runs off the plane).
+struct LineMover {
+    const uint8_t* src;
+    uint32_t srcPitch;
+    uint8_t* dst;
+    uint32_t dstPitch;
+    int32_t lines;
+    uint32_t bytes;
+
+    const uint8_t* Src(int32_t k) const { return Line(src, std::min(k, lines - 1), srcPitch); }
+    uint8_t* Dst(int32_t k) const { return Line(dst, k, dstPitch); }
+    void Copy(int32_t out, int32_t from) const {
+        if (out < lines) std::memcpy(Dst(out), Src(from), bytes);
+    }
+    void Average(int32_t out, int32_t a, int32_t b) const {
+        if (out < lines) Merge(Dst(out), Src(a), Src(b), bytes);
+    }
+    // Output line `from` copied to output line `out` over the whole output pitch.
+    void CopyOutput(int32_t out, int32_t from) const {
+        if (out < lines) std::memcpy(Dst(out), Dst(from), dstPitch);
+    }
+};
+
+// Runs body(lines, chroma422) on each plane a simple mode writes: 4:4:4 sources only when
+// `with444` (linear), planes with a source and an output only.
+template <class Body>
+int32_t ForEachSimplePlane(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height,
+                           bool with444, Body body) {
+    if (out == nullptr || in == nullptr) return kInvalidArg;
+    if (fmt > kYCbCr444 || (fmt == kYCbCr444 && !with444)) return kOk;
+    for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
+        if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
+        const LineMover m{in->pixels[i],  in->pitch[i], out->pixels[i], out->pitch[i],
+                          PlaneLines(fmt, i, height), std::min(in->pitch[i], out->pitch[i])};
+        if (m.lines > 0) body(m, fmt == kYCbCr422 && i != 0);
+    }
+    return kOk;
+}
+
+// One field kept: put(k, s) writes output line k (and the lines up to the next field line) from
+// source field line s, the output stepping outStep lines and the source two. The last field line
+// is copied after the loop; with field 0 the line below it comes from the other field.
+template <class Put>
+void KeepField(const LineMover& m, uint32_t field, int32_t outStep, Put put) {
+    int32_t k = 0, s = 0;
+    if (field == 1) {
+        m.Copy(0, 0);
+        k = s = 1;
+    }
+    for (; k < m.lines - 2; k += outStep, s += 2) put(k, s);
+    m.Copy(k, s);
+    if (field == 0) m.Copy(k + 1, s + 1);
+}
+
+// ---- five-tap line filter -----------------------------------------------------------------------
+
+constexpr int32_t kCropOffset = 1024;
+
+constexpr uint8_t ClampByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+constexpr std::array<uint8_t, 2304> MakeCropTable() {
+    std::array<uint8_t, 2304> t{};
+    for (int32_t i = 0; i < 2304; ++i) t[static_cast<size_t>(i)] = ClampByte(i - kCropOffset);
+    return t;
+}
+
+// Taps -1, 4, 2, 4, -1 with rounding; the arithmetic shift rounds toward minus infinity.
+inline int32_t FiveTap(int32_t m4, int32_t m3, int32_t m2, int32_t m1, int32_t lum) {
+    return (-m4 + 4 * m3 + 2 * m2 + 4 * m1 - lum + 4) >> 3;
+}
+
+void FilterPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                 uint32_t size, int32_t lines) {
+    if (lines < 2) return;
+    const auto s = [&](int32_t k) { return Line(src, k, srcPitch); };
+    const auto d = [&](int32_t k) { return Line(dst, k, dstPitch); };
+    if (lines == 2) {  // a 2-line plane has only the edge step
+        std::memcpy(d(0), s(0), size);
+        deinterlace_line(d(1), s(0), s(0), s(1), s(1), s(1), size);
+        return;
+    }
+    for (int32_t k = 0; k <= lines - 4; k += 2) {
+        std::memcpy(d(k), s(k), size);
+        deinterlace_line(d(k + 1), s(k == 0 ? 0 : k - 1), s(k), s(k + 1), s(k + 2), s(k + 3), size);
+    }
+    const int32_t last = lines - 1;
+    std::memcpy(d(last - 1), s(last - 1), size);
+    deinterlace_line(d(last), s(last - 2), s(last - 1), s(last), s(last), s(last), size);
+}
+
+// The scratch line carries the unfiltered odd line from one call to the next.
+void FilterPlaneInPlace(uint8_t* plane, uint32_t pitch, uint32_t size, int32_t lines,
+                        uint8_t* scratch) {
+    if (lines < 2) return;
+    const auto l = [&](int32_t k) { return Line(plane, k, pitch); };
+    std::memcpy(scratch, l(0), size);
+    for (int32_t k = 0; k <= lines - 4; k += 2)
+        deinterlace_line_inplace(scratch, l(k), l(k + 1), l(k + 2), l(k + 3), size);
+    const int32_t last = lines - 1;
+    deinterlace_line_inplace(scratch, l(last - 1), l(last), l(last), l(last), size);
+}
+
+// ---- motion-adaptive block mode -----------------------------------------------------------------
+
+constexpr int32_t kBlock = 8;
+
+// Even lines of an 8x8 block copied (two 32-bit words), each odd line j+1 built by
+// oddLine(d[j+1], even line j, odd line j+1, even line j+2). The even lines step by evenPitch
+// from `even`, the odd ones by oddPitch from `odd`.
+template <class OddLine>
+inline void Rebuild8x8(uint8_t* dst, uint32_t dstPitch, const uint8_t* even, uint32_t evenPitch,
+                       const uint8_t* odd, uint32_t oddPitch, OddLine oddLine) {
+    for (int32_t p = 0; p < kBlock / 2; ++p) {
+        const uint8_t* a = Line(even, p, evenPitch);
+        const uint8_t* b = Line(even, p + 1, evenPitch);
+        uint8_t* d = Line(dst, 2 * p, dstPitch);
+        Store32(d, Load32(a));
+        Store32(d + 4, Load32(a + 4));
+        oddLine(Line(dst, 2 * p + 1, dstPitch), a, Line(odd, p, oddPitch), b);
+    }
+}
+
+// Even lines of a strip copied, each odd line y+1 built by oddLine(d, s[y], s[y+1], s[y+2]);
+// in the last pair no field line lies below and s[y+2] is null.
+template <class OddLine>
+inline void RebuildStrip(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                         uint32_t width, uint32_t height, OddLine oddLine) {
+    const int32_t h = static_cast<int32_t>(height);
+    for (int32_t y = 0; y < h; y += 2) {
+        const uint8_t* a = Line(src, y, srcPitch);
+        std::memcpy(Line(dst, y, dstPitch), a, width);
+        const uint8_t* below = y < h - 2 ? Line(src, y + 2, srcPitch) : nullptr;
+        oddLine(Line(dst, y + 1, dstPitch), a, Line(src, y + 1, srcPitch), below, width);
+    }
+}
+
+inline uint32_t AbsDiff(uint8_t a, uint8_t b) { return a > b ? a - b : b - a; }
+
+// Sum over eight pixels of |a[x + k] - b[x + k + shift]| for k = from .. from + 7.
+inline uint32_t DirectionCost(const uint8_t* a, const uint8_t* b, int32_t x, int32_t from,
+                              int32_t shift) {
+    uint32_t c = 0;
+    for (int32_t k = from; k < from + kBlock; ++k) c += AbsDiff(a[x + k], b[x + k + shift]);
+    return c;
+}
+
+// The source of a strip as the plane walk hands it to XDeintNxN: a copy of its neighbourhood in
+// which lines below the plane and columns past the processed width repeat the last ones. The
+// strip detector is handed the strip's width as its line count and its height as its pixel
+// count, so it looks up to seven lines below and eight columns right of the strip's corner.
+struct StripNeighbourhood {
+    static constexpr int32_t kLines = 10;
+    static constexpr int32_t kPitch = 16;
+    uint8_t bytes[kLines * kPitch];
+
+    StripNeighbourhood(const uint8_t* src, uint32_t srcPitch, int32_t row0, int32_t col0,
+                       int32_t lines, int32_t width) {
+        for (int32_t y = 0; y < kLines; ++y) {
+            const uint8_t* line = Line(src, std::min(row0 + y, lines - 1), srcPitch);
+            for (int32_t x = 0; x < kPitch; ++x)
+                bytes[y * kPitch + x] = line[std::min(col0 + x, width - 1)];
+        }
+    }
+};
+
+// One plane of the block mode: `width` bytes of `lines` lines.
+void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                 int32_t width, int32_t lines) {
+    if (width <= 0 || lines <= 0) return;
+    const int32_t columns = width / kBlock;
+    const int32_t rightWidth = width - kBlock * columns;
+    // Block rows handled by the 8x8 routines need lines 8r + 8 and 8r + 9 below them; with an even
+    // line count these are all rows but the last.
+    const int32_t fullRows = lines >= kBlock + 2 ? (lines - 2) / kBlock : 0;
+    const auto strip = [&](int32_t row0, int32_t col0, int32_t w, int32_t h) {
+        const StripNeighbourhood n(src, srcPitch, row0, col0, lines, width);
+        XDeintNxN(Line(dst, row0, dstPitch) + col0, dstPitch, n.bytes, StripNeighbourhood::kPitch,
+                  static_cast<uint32_t>(w), static_cast<uint32_t>(h));
+    };
+    for (int32_t r = 0; r < fullRows; ++r) {
+        const uint8_t* s = Line(src, kBlock * r, srcPitch);
+        uint8_t* d = Line(dst, kBlock * r, dstPitch);
+        for (int32_t c = 0; c < columns; ++c) {
+            const uint8_t* sb = s + kBlock * c;
+            uint8_t* db = d + kBlock * c;
+            if (XDeint8x8Detect(sb, srcPitch) == 0)
+                XDeint8x8Merge(db, dstPitch, sb, 2 * srcPitch, sb + srcPitch, 2 * srcPitch);
+            else if (c == 0 || c == columns - 1)  // the directional filter reaches 4 columns out
+                XDeint8x8FieldE(db, dstPitch, sb, srcPitch);
+            else
+                XDeint8x8Field(db, dstPitch, sb, srcPitch);
+        }
+        if (rightWidth != 0) strip(kBlock * r, kBlock * columns, rightWidth, kBlock);
+    }
+    const int32_t lastRow = kBlock * fullRows;
+    const int32_t lastHeight = lines - lastRow;
+    for (int32_t c = 0; c < columns; ++c) strip(lastRow, kBlock * c, kBlock, lastHeight);
+    if (rightWidth != 0) strip(lastRow, kBlock * columns, rightWidth, lastHeight);
+}
+
+}  // namespace
+
+// ---- entry and mode switch ----------------------------------------------------------------------
+
+int32_t QV_DeInterlace(const QvImgPrcContext* ctx, const uint8_t* const srcPixels[3],
+                       const int32_t srcPitch[3], uint8_t* const dstPixels[3],
+                       const int32_t dstPitch[3]) {
+    if (ctx == nullptr) return kInvalidArg;
+    const int32_t fmt = SourceFormat(ctx->operation);
+    const uint32_t width = static_cast<uint32_t>(ctx->srcWidth);
+    const uint32_t height = static_cast<uint32_t>(ctx->srcHeight);
+    DeintPicture in{};
+    in.planeCount = 3;
+    in.width = width;
+    in.height = height;
+    switch (fmt) {
+        case kYCbCr420: in.chromaWidth = width >> 1; in.chromaHeight = height >> 1; break;
+        case kYCbCr422: in.chromaWidth = width >> 1; in.chromaHeight = height; break;
+        case kYCbCr444: in.chromaWidth = width; in.chromaHeight = height; break;
+        default: return kInvalidArg;
+    }
+    DeintPicture out = in;
+    for (int i = 0; i < 3; ++i) {
+        in.pixels[i] = const_cast<uint8_t*>(srcPixels[i]);  // read only: out is another record
+        in.pitch[i] = static_cast<uint32_t>(srcPitch[i]);
+        out.pixels[i] = dstPixels[i];
+        out.pitch[i] = static_cast<uint32_t>(dstPitch[i]);
+    }
+    return DeInterlace(&out, &in, width, height, 0, static_cast<uint32_t>(fmt), ctx->deinterlaceMode);
+}
+
+int32_t DeInterlace(DeintPicture* out, const DeintPicture* in, uint32_t width, uint32_t height,
+                    uint32_t field, uint32_t fmt, uint32_t mode) {
+    if (out == nullptr || in == nullptr) return kInvalidArg;
+    switch (mode) {  // the routines' own results are not passed on
+        case kDeintOff: break;
+        case kDeintDiscard: picture_deinterlace_discard(out, in, fmt, width, height, field); break;
+        case kDeintBob: picture_deinterlace_bob(out, in, fmt, width, height, field); break;
+        case kDeintBlend: picture_deinterlace_blend(out, in, fmt, width, height); break;
+        case kDeintMean: picture_deinterlace_mean(out, in, fmt, width, height); break;
+        case kDeintLinear: picture_deinterlace_linear(out, in, fmt, width, height, field); break;
+        case kDeintX: picture_deinterlace_x(out, in, fmt, width, height); break;
+        default: picture_deinterlace_fast(out, in, fmt, width, height); break;  // 1 and unknown
+    }
+    return kOk;
+}
+
+void Merge(uint8_t* dst, const uint8_t* src1, const uint8_t* src2, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) dst[i] = static_cast<uint8_t>((src1[i] + src2[i]) >> 1);
+}
+
+// ---- simple modes -------------------------------------------------------------------------------
+
+// Output lines 2k and 2k+1 are source line field + 2k. 4:2:2 chroma writes output line k from
+// source line field + 2k, reading twice the lines the plane holds (clamped to its last line).
+int32_t picture_deinterlace_discard(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
+                                    uint32_t, uint32_t height, uint32_t field) {
+    return ForEachSimplePlane(out, in, fmt, height, false, [field](const LineMover& m, bool chroma422) {
+        const int32_t outStep = chroma422 ? 1 : 2;
+        for (int32_t k = 0, s = static_cast<int32_t>(field); k < m.lines; k += outStep, s += 2)
+            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
+    });
+}
+
+// Discard with the edge lines of the other field: field 0 gives source lines 0,0,2,2,4,4,6,7 for
+// eight lines, field 1 gives 0,1,1,3,3,5,5,7. 4:2:2 chroma steps as in discard.
+int32_t picture_deinterlace_bob(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
+                                uint32_t height, uint32_t field) {
+    return ForEachSimplePlane(out, in, fmt, height, false, [field](const LineMover& m, bool chroma422) {
+        const int32_t outStep = chroma422 ? 1 : 2;
+        KeepField(m, field, outStep, [&](int32_t k, int32_t s) {
+            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
+        });
+    });
+}
+
+// Every line averaged with the one above; 4:2:2 chroma line k averages source lines 2k-2, 2k-1.
+int32_t picture_deinterlace_blend(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
+                                  uint32_t height) {
+    return ForEachSimplePlane(out, in, fmt, height, false, [](const LineMover& m, bool chroma422) {
+        const int32_t srcStep = chroma422 ? 2 : 1;
+        m.Copy(0, 0);
+        for (int32_t k = 1; k < m.lines; ++k) m.Average(k, srcStep * (k - 1), srcStep * (k - 1) + 1);
+    });
+}
+
+// Each line pair replaced by its average; the second line is a copy of the first over the whole
+// output pitch.
+int32_t picture_deinterlace_mean(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
+                                 uint32_t height) {
+    return ForEachSimplePlane(out, in, fmt, height, false, [](const LineMover& m, bool) {
+        for (int32_t k = 0; k < m.lines; k += 2) {
+            m.Average(k, k, k + 1);
+            m.CopyOutput(k + 1, k);
+        }
+    });
+}
+
+// One field kept, the lines between averaged from the field lines above and below. A 4:4:4 source
+// has `height` lines in every plane.
+int32_t picture_deinterlace_linear(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
+                                   uint32_t, uint32_t height, uint32_t field) {
+    return ForEachSimplePlane(out, in, fmt, height, true, [field](const LineMover& m, bool) {
+        KeepField(m, field, 2, [&](int32_t k, int32_t s) {
+            m.Copy(k, s);
+            m.Average(k + 1, s, s + 2);
+        });
+    });
+}
+
+// ---- five-tap line filter -----------------------------------------------------------------------
+
+constexpr std::array<uint8_t, 2304> cropTbl = MakeCropTable();
+
+// Clamped arithmetically (the same values as cropTbl) so that the loop vectorises.
+void deinterlace_line(uint8_t* dst, const uint8_t* lum_m4, const uint8_t* lum_m3,
+                      const uint8_t* lum_m2, const uint8_t* lum_m1, const uint8_t* lum,
+                      uint32_t size) {
+    for (uint32_t x = 0; x < size; ++x) {
+        int32_t v = FiveTap(lum_m4[x], lum_m3[x], lum_m2[x], lum_m1[x], lum[x]);
+        v = v < 0 ? 0 : v;
+        v = v > 255 ? 255 : v;
+        dst[x] = static_cast<uint8_t>(v);
+    }
+}
+
+// Every read of column x comes before its writes: lum_m1 and lum may be lum_m2 itself.
+void deinterlace_line_inplace(uint8_t* lum_m4, const uint8_t* lum_m3, uint8_t* lum_m2,
+                              const uint8_t* lum_m1, const uint8_t* lum, uint32_t size) {
+    for (uint32_t x = 0; x < size; ++x) {
+        const uint8_t t = lum_m2[x];
+        const int32_t v = FiveTap(lum_m4[x], lum_m3[x], t, lum_m1[x], lum[x]);
+        lum_m4[x] = t;
+        lum_m2[x] = cropTbl[static_cast<size_t>(kCropOffset + v)];
+    }
+}
+
+int32_t picture_deinterlace_fast(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
+                                 uint32_t width, uint32_t height) {
+    if (fmt > kYCbCr444 || width % 4 != 0 || height % 4 != 0) return kInvalidArg;
+    if (out == nullptr || in == nullptr) return kInvalidArg;
+    const bool inPlace = out == in;
+    // One scratch line of the widest plane serves every plane, taken before anything is written.
+    uint8_t* scratch = nullptr;
+    if (inPlace && UsedPlanes(in) != 0 && width != 0) {
+        scratch = static_cast<uint8_t*>(Allocate(width));
+        if (scratch == nullptr) return kOutOfMemory;
+    }
+    uint32_t size = width;
+    uint32_t lines = height;
+    for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
+        if (i == 1) {  // planes 1 and 2 share the chroma size
+            if (fmt == kYCbCr420) {
+                size >>= 1;
+                lines >>= 1;
+            } else if (fmt == kYCbCr422) {
+                size >>= 1;
+            }
+        }
+        if (in->pixels[i] == nullptr || out->pixels[i] == nullptr || size == 0) continue;
+        if (inPlace)
+            FilterPlaneInPlace(out->pixels[i], out->pitch[i], size, static_cast<int32_t>(lines), scratch);
+        else
+            FilterPlane(out->pixels[i], out->pitch[i], in->pixels[i], in->pitch[i], size,
+                        static_cast<int32_t>(lines));
+    }
+    if (scratch != nullptr) Release(scratch);
+    return kOk;
+}
+
+// ---- motion-adaptive block mode -----------------------------------------------------------------
+
+uint32_t ssd(int32_t v) { return static_cast<uint32_t>(v * v); }
+
+// Each line pair j = 0, 2, 4, 6 is judged on its own sums: across the fields (neighbouring lines)
+// against within a field (lines two apart). One combed pair makes the block interlaced.
+int32_t XDeint8x8Detect(const uint8_t* src, uint32_t pitch) {
+    for (int32_t j = 0; j < kBlock; j += 2) {
+        const uint8_t* s0 = Line(src, j, pitch);
+        const uint8_t* s1 = Line(src, j + 1, pitch);
+        const uint8_t* s2 = Line(src, j + 2, pitch);
+        const uint8_t* s3 = Line(src, j + 3, pitch);
+        uint32_t fr = 0, ff = 0;
+        for (int32_t x = 0; x < kBlock; ++x) {
+            fr += ssd(s0[x] - s1[x]) + ssd(s1[x] - s2[x]);
+            ff += ssd(s0[x] - s2[x]) + ssd(s1[x] - s3[x]);
+        }
+        if ((fr * 6) >> 3 > ff && fr > 32) return 1;
+    }
+    return 0;
+}
+
+void XDeint8x8Merge(uint8_t* dst, uint32_t dstPitch, const uint8_t* src1, uint32_t src1Pitch,
+                    const uint8_t* src2, uint32_t src2Pitch) {
+    Rebuild8x8(dst, dstPitch, src1, src1Pitch, src2, src2Pitch,
+               [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b) {
+                   for (int32_t x = 0; x < kBlock; ++x)
+                       d[x] = static_cast<uint8_t>((a[x] + 6 * m[x] + b[x] + 4) >> 3);
+               });
+}
+
+void XDeint8x8FieldE(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
+    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, src + srcPitch, 2 * srcPitch,
+               [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
+                   for (int32_t x = 0; x < kBlock; ++x) d[x] = static_cast<uint8_t>((a[x] + b[x]) >> 1);
+               });
+}
+
+// The three costs span eight pixels each and are not centred alike (a from x-4..x+3, x-3..x+4,
+// x-2..x+5); a diagonal wins only strictly, ties go to the vertical average.
+void XDeint8x8Field(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
+    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, src + srcPitch, 2 * srcPitch,
+               [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
+                   for (int32_t x = 0; x < kBlock; ++x) {
+                       const uint32_t c0 = DirectionCost(a, b, x, -4, 2);  // upper left to lower right
+                       const uint32_t c1 = DirectionCost(a, b, x, -3, 0);  // vertical
+                       const uint32_t c2 = DirectionCost(a, b, x, -2, -2); // upper right to lower left
+                       uint32_t v;
+                       if (c0 < c1 && c1 <= c2)
+                           v = a[x - 1] + b[x + 1];
+                       else if (c2 < c1 && c1 <= c0)
+                           v = a[x + 1] + b[x - 1];
+                       else
+                           v = a[x] + b[x];
+                       d[x] = static_cast<uint8_t>(v >> 1);
+                   }
+               });
+}
+
+// The detector takes the strip's width as its line count and its height as its pixel count.
+int32_t XDeintNxN(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                  uint32_t width, uint32_t height) {
+    if (height % 2 != 0 || width < 2) return kInvalidArg;  // never produced by the plane walk
+    if (XDeintNxNDetect(src, srcPitch, width, height) != 0)
+        XDeintNxNField(dst, dstPitch, src, srcPitch, width, height);
+    else
+        XDeintNxNFrame(dst, dstPitch, src, srcPitch, width, height);
+    return kOk;
+}
+
+// The first pair always runs, further pairs while y < lineCount - 2; two combed pairs are needed.
+int32_t XDeintNxNDetect(const uint8_t* src, uint32_t pitch, uint32_t lineCount, uint32_t pixelCount) {
+    if (lineCount == 2) return 0;
+    const int32_t pairEnd = static_cast<int32_t>(lineCount) - 2;
+    int32_t count = 0;
+    for (int32_t y = 0; y == 0 || y < pairEnd; y += 2) {
+        const uint8_t* s0 = Line(src, y, pitch);
+        const uint8_t* s1 = Line(src, y + 1, pitch);
+        const uint8_t* s2 = Line(src, y + 2, pitch);
+        uint32_t fr = 0, ff = 0;
+        for (uint32_t x = 0; x < pixelCount; ++x) {
+            fr += ssd(s0[x] - s1[x]);
+            ff += ssd(s0[x] - s2[x]);
+        }
+        if (ff < fr && fr > pixelCount >> 1) ++count;
+    }
+    return count > 1 ? 1 : 0;
+}
+
+// In the last pair no field line lies below: the odd line is blended with itself.
+void XDeintNxNField(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                    uint32_t width, uint32_t height) {
+    RebuildStrip(dst, dstPitch, src, srcPitch, width, height,
+                 [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b, uint32_t w) {
+                     const uint8_t* other = b != nullptr ? b : m;
+                     for (uint32_t x = 0; x < w; ++x) d[x] = static_cast<uint8_t>((a[x] + other[x]) >> 1);
+                 });
+}
+
+void XDeintNxNFrame(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
+                    uint32_t width, uint32_t height) {
+    RebuildStrip(dst, dstPitch, src, srcPitch, width, height,
+                 [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b, uint32_t w) {
+                     for (uint32_t x = 0; x < w; ++x)
+                         d[x] = static_cast<uint8_t>(b != nullptr ? (a[x] + 2 * m[x] + b[x] + 2) >> 2
+                                                                  : (a[x] + m[x]) >> 1);
+                 });
+}
+
+// Luma keeps the output pitch as its processed width, so source luma lines are read up to the
+// output pitch (the work planes' 16-byte multiple). Chroma is processed over the chroma width.
+int32_t picture_deinterlace_x(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
+                              uint32_t width, uint32_t height) {
+    if (out == nullptr || in == nullptr || fmt > kYCbCr444) return kOk;
+    const uint32_t chromaWidth = fmt == kYCbCr444 ? width : width >> 1;
+    for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
+        if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
+        const uint32_t w = i == 0 ? out->pitch[0]
+                                  : std::min({chromaWidth, in->pitch[i], out->pitch[i]});
+        XDeintPlane(out->pixels[i], out->pitch[i], in->pixels[i], in->pitch[i],
+                    static_cast<int32_t>(w), PlaneLines(fmt, i, height));
+    }
+    return kOk;
+}
 
 }  // namespace qv

@@ -10,7 +10,9 @@
 #include <tuple>
 #include <vector>
 
+#include "alloc_hook.h"
 #include "core/qv_routines.h"
+#include "test_support.h"
 
 namespace {
 
@@ -391,6 +393,21 @@ TEST_P(DeintFastInPlace, EqualsOutOfPlace) {
 INSTANTIATE_TEST_SUITE_P(Formats, DeintFastInPlace,
                          ::testing::Combine(::testing::Values(0u, 1u, 2u), ::testing::Values(4u, 8u, 20u)));
 
+TEST(DeintFast, InPlaceScratchFailureWritesNothing) {
+    Frame fr(0, 16, 8, 0, 16, 21);
+    const std::vector<uint8_t> before = fr.src[0];
+    DeintPicture pic = fr.In();
+    const long live = qvtest::LiveBlocks();
+    qvtest::FailAllocationAt(1);
+    EXPECT_EQ(picture_deinterlace_fast(&pic, &pic, 0, 16, 8), -2);
+    qvtest::FailAllocationAt(0);
+    EXPECT_EQ(fr.src[0], before);
+    EXPECT_EQ(picture_deinterlace_fast(&pic, &pic, 0, 16, 8), 0);  // one scratch line, released
+    EXPECT_EQ(qvtest::AllocationCount(), 1);
+    EXPECT_EQ(qvtest::LiveBlocks(), live);
+    EXPECT_NE(fr.src[0], before);
+}
+
 // ---- block mode ---------------------------------------------------------------------------------
 
 // A 16-line source of `pitch` bytes, each line from f(line, column).
@@ -590,6 +607,70 @@ TEST(DeintX, ShortBottomRowsStayInsideThePlane) {
         EXPECT_EQ(OutAt(fr, 0, 9, x), (f(0, 8, x) + 2 * f(0, 9, x) + f(0, 10, x) + 2) / 4);
         EXPECT_EQ(OutAt(fr, 0, 11, x), (f(0, 10, x) + f(0, 11, x)) / 2);
     }
+}
+
+// ---- through the frame pipeline ---------------------------------------------------------------
+
+// A 4:2:0 copy with a deinterlace mode in force: the destination holds the deinterlaced planes.
+class DeintPipeline : public ::testing::TestWithParam<uint32_t> {};
+
+TEST_P(DeintPipeline, DeinterlacedPlanesReachTheOutput) {
+    const uint32_t mode = GetParam();
+    constexpr int32_t W = 40, H = 16;
+    constexpr uint32_t kWorkPitch = 48;  // the work planes' pitch: W rounded up to 16
+    // The source rows carry 4 spare bytes; the last luma row is readable up to the work pitch.
+    Frame fr(0, W, H, 4, kWorkPitch, 31 + mode, kWorkPitch - (W + 4));
+    std::vector<std::vector<uint8_t>> exp;
+    if (mode >= kDeintDiscard && mode <= kDeintLinear) {
+        exp = RefSimple(fr, mode, 0);
+    } else if (mode == kDeintX) {
+        DeintPicture in = fr.In(), out = fr.Out();
+        picture_deinterlace_x(&out, &in, 0, W, H);
+        for (auto& o : fr.out) exp.push_back(o.body());
+    } else {
+        exp = RefFast(fr);
+    }
+
+    qvtest::Context c(qvtest::MakeParams(0x000, W, H, W, H));
+    ASSERT_EQ(c.status, 0);
+    ASSERT_EQ(c.ctx->planeStride, kWorkPitch);
+    c.ctx->deinterlaceMode = mode;
+    std::vector<qvtest::GuardedPlane> dst;
+    dst.emplace_back(W, H, 0xCC);
+    dst.emplace_back(W / 2, H / 2, 0xCC);
+    dst.emplace_back(W / 2, H / 2, 0xCC);
+    const uint8_t* sp[3] = {fr.S(0, 0), fr.S(1, 0), fr.S(2, 0)};
+    const int32_t ss[3] = {int32_t(fr.srcPitch[0]), int32_t(fr.srcPitch[1]), int32_t(fr.srcPitch[2])};
+    uint8_t* dp[3] = {dst[0].data(), dst[1].data(), dst[2].data()};
+    const int32_t ds[3] = {W, W / 2, W / 2};
+    ASSERT_EQ(QV_ImgPrcOneFrame(c.ctx, sp, ss, dp, ds), 0);
+    for (uint32_t i = 0; i < 3; ++i) {
+        EXPECT_TRUE(dst[i].guardsIntact());
+        for (int32_t y = 0; y < fr.Lines(i); ++y)
+            ASSERT_EQ(0, std::memcmp(dst[i].row(y), exp[i].data() + size_t{kWorkPitch} * y, fr.RowBytes(i)))
+                << "plane " << i << " line " << y;
+    }
+    // The mode stays in force: a second frame from the same source gives the same picture.
+    const std::vector<uint8_t> first = dst[0].contents();
+    std::memset(dst[0].data(), 0, dst[0].size());
+    ASSERT_EQ(QV_ImgPrcOneFrame(c.ctx, sp, ss, dp, ds), 0);
+    EXPECT_EQ(dst[0].contents(), first);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, DeintPipeline, ::testing::Values(1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u));
+
+TEST(DeintPipeline, ModeOffCopiesTheSource) {
+    constexpr int32_t W = 16, H = 8;
+    Frame fr(0, W, H, 0, 16, 41);
+    qvtest::Context c(qvtest::MakeParams(0x000, W, H, W, H));
+    ASSERT_EQ(c.status, 0);
+    qvtest::GuardedPlane y(W, H), cb(W / 2, H / 2), cr(W / 2, H / 2);
+    const uint8_t* sp[3] = {fr.S(0, 0), fr.S(1, 0), fr.S(2, 0)};
+    const int32_t ss[3] = {W, W / 2, W / 2};
+    uint8_t* dp[3] = {y.data(), cb.data(), cr.data()};
+    ASSERT_EQ(QV_ImgPrcOneFrame(c.ctx, sp, ss, dp, ss), 0);
+    EXPECT_EQ(y.contents(), fr.src[0]);
+    EXPECT_EQ(cb.contents(), fr.src[1]);
 }
 
 }  // namespace

@@ -5,8 +5,6 @@
 #include <array>
 #include <cstdint>
 
-#include "core/qv_context.h"
-
 namespace qv {
 
 // One side of a deinterlace call. It owns nothing. The input picture is only read; its pointers

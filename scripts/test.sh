@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs what is missing, configures, builds and runs the test suite.
+#   scripts/test.sh          Release build in build/
+#   scripts/test.sh asan     AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
+#   scripts/test.sh m32      32-bit build in build-m32/ (GoogleTest built from /usr/src/googletest)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+variant="${1:-default}"
+case "$variant" in
+  default) dir=build;      extra=();  flags=(-DCMAKE_BUILD_TYPE=Release) ;;
+  asan)    dir=build-asan; extra=();  flags=(-DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON) ;;
+  m32)     dir=build-m32;  extra=(g++-multilib)
+           flags=(-DCMAKE_BUILD_TYPE=Release -DQV_GTEST_FROM_SOURCE=ON -DCMAKE_C_FLAGS=-m32 -DCMAKE_CXX_FLAGS=-m32) ;;
+  *) echo "unknown variant '$variant' (default, asan, m32)" >&2; exit 2 ;;
+esac
+bash scripts/deps.sh "${extra[@]}"
+cmake -S . -B "$dir" -G Ninja "${flags[@]}" >/dev/null
+cmake --build "$dir" -j"$(nproc)"
+ctest --test-dir "$dir" --output-on-failure -j"$(nproc)"

@@ -1,0 +1,125 @@
+// Planar 4:2:0 moved without arithmetic: the copy, NV12 both ways, and the packed YUY2 and UYVY.
+#include <cstdint>
+#include <cstring>
+
+#include "core/pixel.h"
+#include "core/qv_routines.h"
+
+namespace qv {
+namespace {
+
+void CopyRows(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride, int32_t bytes,
+              int32_t rows) {
+    for (int32_t r = 0; r < rows; ++r) std::memcpy(Row(dst, r, dstStride), Row(src, r, srcStride), bytes);
+}
+
+uintptr_t Address(const void* p) { return reinterpret_cast<uintptr_t>(p); }
+
+// Packs four pixel pairs of the 8-pixel group at column 8g into 32-bit words: `Word(y0, cb, y1, cr)`.
+template <class Word>
+inline void PackGroup(uint8_t* dst, const uint8_t* luma, const uint8_t* cb, const uint8_t* cr, Word word) {
+    for (int p = 0; p < 4; ++p) Store32(dst + 4 * p, word(luma[2 * p], cb[p], luma[2 * p + 1], cr[p]));
+}
+
+}  // namespace
+
+int32_t _QVYCbCr420Copy(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
+    const bool compact = ss[0] == W && ss[1] == (W >> 1) && ss[1] == ss[2] && ds[0] == W && ds[1] == ss[1] &&
+                         ds[2] == ds[1];
+    if (compact) {
+        // The chroma size here is (W x H) >> 2, the same as (W >> 1) x (H >> 1) for the even
+        // sizes a context holds.
+        const size_t S = static_cast<size_t>(W) * static_cast<size_t>(H);
+        const size_t C = S >> 2;
+        const bool backToBack = Address(sp[1]) == Address(sp[0]) + S && Address(sp[2]) == Address(sp[1]) + C &&
+                                Address(dp[1]) == Address(dp[0]) + S && Address(dp[2]) == Address(dp[1]) + C;
+        if (backToBack) {
+            std::memcpy(dp[0], sp[0], S + 2 * C);
+        } else {
+            std::memcpy(dp[0], sp[0], S);
+            std::memcpy(dp[1], sp[1], C);
+            std::memcpy(dp[2], sp[2], C);
+        }
+        return kOk;
+    }
+    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
+    if (H >= 2) {
+        CopyRows(sp[1], ss[1], dp[1], ds[1], W >> 1, H >> 1);
+        CopyRows(sp[2], ss[2], dp[2], ds[2], W >> 1, H >> 1);
+    }
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
+    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
+    if (H < 2) return kOk;
+    for (int32_t r = 0; r < (H >> 1); ++r) {
+        const uint8_t* cb = Row(sp[1], r, ss[1]);
+        const uint8_t* cr = Row(sp[2], r, ss[2]);
+        uint8_t* d = Row(dp[1], r, ds[1]);
+        for (int32_t i = 0; i < (W >> 1); ++i) {
+            d[2 * i] = cb[i];
+            d[2 * i + 1] = cr[i];
+        }
+    }
+    return kOk;
+}
+
+int32_t _QVNV12ToYCbCr420(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
+    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
+    if (H < 2) return kOk;
+    for (int32_t r = 0; r < (H >> 1); ++r) {
+        const uint8_t* s = Row(sp[1], r, ss[1]);
+        uint8_t* cb = Row(dp[1], r, ds[1]);
+        uint8_t* cr = Row(dp[2], r, ds[2]);
+        for (int32_t i = 0; i < (W >> 1); ++i) {
+            cb[i] = s[2 * i];
+            cr[i] = s[2 * i + 1];
+        }
+    }
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
+    auto yuy2 = [](uint32_t y0, uint32_t cb, uint32_t y1, uint32_t cr) { return y0 | cb << 8 | y1 << 16 | cr << 24; };
+    const uint8_t* luma = sp[0];
+    const uint8_t* cb = sp[1];
+    const uint8_t* cr = sp[2];
+    uint8_t* dst = d0;
+    // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3: strides that are not
+    // multiples of 4 drift, as they always have on this path. Only whole groups of 8 pixels are
+    // written; the last W mod 8 pixels of a row are left as they were.
+    for (int32_t pair = 0; pair < (H >> 1); ++pair) {
+        for (int32_t g = 0; g < (W >> 3); ++g) {
+            PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
+            PackGroup(dst + s0 + 16 * g, luma + ss[0] + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
+        }
+        luma += static_cast<ptrdiff_t>(ss[0] >> 1) * 4;
+        dst += static_cast<ptrdiff_t>(s0 >> 1) * 4;
+        cb += ss[1] & ~3;
+        cr += ss[2] & ~3;
+    }
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToUYVY(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
+    auto uyvy = [](uint32_t y0, uint32_t cb, uint32_t y1, uint32_t cr) { return cb | y0 << 8 | cr << 16 | y1 << 24; };
+    const uint8_t* luma = sp[0];
+    const uint8_t* cb = sp[1];
+    const uint8_t* cr = sp[2];
+    uint8_t* dst = d0;
+    // The row counter, not the row index, decides when chroma advances: for an odd height row 0
+    // has a chroma row to itself. Every stride is rounded down to a multiple of 4.
+    for (int32_t r = H; r >= 1; --r) {
+        for (int32_t g = 0; g < (W >> 3); ++g) PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, uyvy);
+        if (r & 1) {
+            cb += ss[1] & ~3;
+            cr += ss[2] & ~3;
+        }
+        luma += ss[0] & ~3;
+        dst += s0 & ~3;
+    }
+    return kOk;
+}
+
+}  // namespace qv

@@ -1,0 +1,86 @@
+// Colour adjustment: brightness, contrast and saturation, the byte curves of 4:2:0 output, the
+// rebuilt conversion tables, the colour-key hook and the adjusting same-size 4:2:0 copy.
+#include <cstdint>
+
+#include "core/pixel.h"
+#include "core/qv_routines.h"
+
+namespace qv {
+namespace {
+
+uint8_t ClampByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+// Maps `rows` rows of `width` bytes through a 256-entry curve.
+void MapPlane(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride, int32_t width,
+              int32_t rows, const uint8_t* curve) {
+    for (int32_t r = 0; r < rows; ++r) {
+        const uint8_t* s = Row(src, r, srcStride);
+        uint8_t* d = Row(dst, r, dstStride);
+        for (int32_t x = 0; x < width; ++x) d[x] = curve[s[x]];
+    }
+}
+
+}  // namespace
+
+void CalcColorKey() {
+    // The colour key is compared exactly as stored; nothing is derived from it.
+}
+
+int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values) {
+    if (ctx == nullptr || values == nullptr) return kInvalidArg;
+    const int32_t b = values[0], c = values[1], s = values[2];
+    if (b == ctx->brightness && c == ctx->contrast && s == ctx->saturation) return kOk;
+    if (b == 128 && c == 128 && s == 128) {
+        // Back to neutral: the curves keep their last contents but are no longer used.
+        ctx->adjustOn = 0;
+        ctx->brightness = ctx->contrast = ctx->saturation = 128;
+        set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, 128, 128, 128);
+        return kOk;
+    }
+    if (ctx->adjustCurveBlock == nullptr) {
+        ctx->adjustCurveBlock = static_cast<uint8_t*>(Allocate(512));
+        if (ctx->adjustCurveBlock == nullptr) return kOutOfMemory;
+        ctx->lumaCurve = ctx->adjustCurveBlock;
+        ctx->chromaCurve = ctx->adjustCurveBlock + 256;
+    }
+    ctx->adjustOn = 1;
+    ctx->brightness = b;
+    ctx->contrast = c;
+    ctx->saturation = s;
+    set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, b, c, s);
+
+    // The curves bend above 128 by squared formulas, unlike the linear conversion tables.
+    const int32_t offset = b < 0 ? -256 : b > 255 ? 254 : 2 * b - 256;
+    const int32_t slope = c < 0 ? 0 : c <= 128 ? c : c <= 255 ? (((c - 128) * (c - 128) * 3) >> 7) + 128 : 506;
+    const double gain = s < 0 ? 0.0
+                        : s <= 128 ? s / 128.0
+                        : s <= 255 ? ((((s - 128) * (s - 128) * 7) >> 7) + 128) / 128.0
+                                   : 1010 / 128.0;
+    for (int32_t i = 0; i < 256; ++i) {
+        ctx->lumaCurve[i] = ClampByte(((i * slope) >> 7) + offset);
+        ctx->chromaCurve[i] = ClampByte(static_cast<int32_t>((i - 128) * gain + 128.0));
+    }
+    return kOk;
+}
+
+int32_t QV_ImgColorAdjustGet(const QvImgPrcContext* ctx, int32_t* values) {
+    if (ctx == nullptr || values == nullptr) return kInvalidArg;
+    values[0] = ctx->brightness;
+    values[1] = ctx->contrast;
+    values[2] = ctx->saturation;
+    return _CheckCapability_depend(ctx->operation);
+}
+
+int32_t _QVYCbCrAdjust(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                       DstPlanes dp, Strides ds) {
+    for (int i = 0; i < 3; ++i)
+        if (sp[i] == nullptr || dp[i] == nullptr) return kInvalidArg;
+    MapPlane(sp[0], ss[0], dp[0], ds[0], W, H, ctx->lumaCurve);
+    if (H < 2) return kOk;
+    // Cb and Cr share the one chroma curve.
+    MapPlane(sp[1], ss[1], dp[1], ds[1], W >> 1, H >> 1, ctx->chromaCurve);
+    MapPlane(sp[2], ss[2], dp[2], ds[2], W >> 1, H >> 1, ctx->chromaCurve);
+    return kOk;
+}
+
+}  // namespace qv

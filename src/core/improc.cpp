@@ -1,0 +1,331 @@
+// Context lifecycle, frame validation and routing to exactly one converter.
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "core/qv_routines.h"
+
+namespace qv {
+namespace {
+
+void ReleaseIfSet(void* block) {
+    if (block != nullptr) Release(block);
+}
+
+uint32_t ScaleCaseOf(SizePair src, SizePair dst) {
+    if (src.width == dst.width && src.height == dst.height) return kScaleSame;
+    if (src.width < dst.width && src.height < dst.height) return kScaleUp;
+    if (src.width > dst.width && src.height > dst.height) return kScaleDown;
+    return kScaleMixed;
+}
+
+// Bytes of the four work planes plus alignment slack, or -1 when no such block can exist.
+int64_t WorkPlaneBlockBytes(int32_t srcWidth, int32_t srcHeight, uint32_t* stride, int64_t* planeBytes) {
+    const int64_t s = (static_cast<int64_t>(srcWidth) + 15) & ~static_cast<int64_t>(15);
+    const int64_t bytes = s * srcHeight;
+    *stride = static_cast<uint32_t>(s);
+    *planeBytes = bytes;
+    if (s < 0 || bytes < 0 || bytes > (static_cast<int64_t>(PTRDIFF_MAX) - 15) / 4) return -1;
+    return 4 * bytes + 15;
+}
+
+bool HasPlanes(int32_t format, uint32_t onePlaneMask, const uint8_t* const planes[3],
+               const int32_t strides[3]) {
+    int count = 0;
+    if (format == kNV12) {
+        count = 2;
+    } else if ((onePlaneMask >> format) & 1) {
+        count = 1;
+    } else if ((kThreePlaneMask >> format) & 1) {
+        count = 3;
+    }
+    for (int i = 0; i < count; ++i)
+        if (planes == nullptr || strides == nullptr || planes[i] == nullptr || strides[i] == 0) return false;
+    return true;
+}
+
+// A rotated RGB-to-4:2:0 frame goes through three temporary planes of the source size.
+template <class Encode>
+int32_t EncodeThenRotate(QvImgPrcContext* ctx, int32_t W, int32_t H, int32_t DW, int32_t DH,
+                         Encode encode, const uint8_t* const srcPlanes[3], const int32_t srcStrides[3]) {
+    // A destination smaller than the source cannot hold the rotated picture: the placement would
+    // start outside its planes, so such a frame is refused before anything is written.
+    if (DW < W || DH < H) return kInvalidArg;
+    const int64_t lumaBytes = static_cast<int64_t>(W) * H;
+    if (lumaBytes > static_cast<int64_t>(PTRDIFF_MAX)) return kOutOfMemory;
+    uint8_t* y = static_cast<uint8_t*>(Allocate(static_cast<size_t>(lumaBytes)));
+    uint8_t* cb = static_cast<uint8_t*>(Allocate(static_cast<size_t>(lumaBytes >> 2)));
+    uint8_t* cr = static_cast<uint8_t*>(Allocate(static_cast<size_t>(lumaBytes >> 2)));
+    if (y == nullptr || cb == nullptr || cr == nullptr) {
+        ReleaseIfSet(y);
+        ReleaseIfSet(cb);
+        ReleaseIfSet(cr);
+        return kOutOfMemory;
+    }
+    uint8_t* const tmp[3] = {y, cb, cr};
+    const int32_t tmpStrides[3] = {W, W / 2, W / 2};
+    encode(srcPlanes[0], srcStrides[0], tmp, tmpStrides);
+    const uint8_t* const tmpSrc[3] = {y, cb, cr};
+    _QVYCbCr420Rot(ctx->params, tmpSrc, tmpStrides, W, H);
+    Release(y);
+    Release(cb);
+    Release(cr);
+    return kOk;
+}
+
+}  // namespace
+
+int32_t QV_ImgPrcInit(void** handleSlot, const QvCreateParams* createParams, SizePair src, SizePair dst) {
+    if (handleSlot == nullptr || *handleSlot != nullptr) return kInvalidArg;
+    if (createParams == nullptr) return kInvalidArg;
+
+    if (((src.width | src.height | dst.width | dst.height) & 3) != 0) {
+        src.width &= ~3;
+        src.height &= ~3;
+        dst.width &= ~3;
+        dst.height &= ~3;
+        std::puts("mis-aligned resolution found, patching...");
+    }
+
+    auto* ctx = static_cast<QvImgPrcContext*>(Allocate(sizeof(QvImgPrcContext)));
+    if (ctx == nullptr) {
+        std::puts("Fail to allocate memory for image process parameter set!");
+        return kOutOfMemory;
+    }
+    std::memset(ctx, 0, sizeof(*ctx));
+
+    ctx->operation = createParams->operation;
+    ctx->rotation = createParams->rotation;
+    ctx->interpolation = createParams->interpolation;
+    ctx->alpha = createParams->alpha;
+    ctx->colourValue = createParams->colourValue;
+    if (ctx->operation == 0x00A) CalcColorKey();
+
+    ctx->srcWidth = src.width;
+    ctx->srcHeight = src.height;
+    ctx->dstWidth = dst.width;
+    ctx->dstHeight = dst.height;
+    ctx->brightness = ctx->contrast = ctx->saturation = 128;
+
+    int64_t planeBytes = 0;
+    const int64_t blockBytes = WorkPlaneBlockBytes(src.width, src.height, &ctx->planeStride, &planeBytes);
+    if (blockBytes >= 0) ctx->planeBlock = static_cast<uint8_t*>(Allocate(static_cast<size_t>(blockBytes)));
+    if (ctx->planeBlock == nullptr) {
+        Release(ctx);
+        return kOutOfMemory;
+    }
+    ctx->plane[0] = AlignUp(ctx->planeBlock, 16);
+    for (int i = 1; i < 4; ++i) ctx->plane[i] = ctx->plane[0] + i * planeBytes;
+    ctx->planeHeight = static_cast<uint32_t>(src.height);
+
+    ctx->scaleCase = ScaleCaseOf(src, dst);
+
+    const int32_t status = _ImgPrcInit_depend(ctx);
+    if (status != kOk) {
+        ReleaseIfSet(ctx->lineBufferBlock);
+        ReleaseIfSet(ctx->adjustCurveBlock);
+        ReleaseIfSet(ctx->convTableBlock);
+        ReleaseIfSet(ctx->params);
+        ReleaseIfSet(ctx->reservedBuffer);
+        ReleaseIfSet(ctx->planeBlock);
+        Release(ctx);
+        *handleSlot = nullptr;
+        return status;
+    }
+    *handleSlot = ctx;
+    return kOk;
+}
+
+int32_t QV_ImgPrcUninit(QvImgPrcContext* ctx) {
+    if (ctx == nullptr) return kInvalidArg;
+    ReleaseIfSet(ctx->params);
+    ReleaseIfSet(ctx->lineBufferBlock);
+    ReleaseIfSet(ctx->adjustCurveBlock);
+    ReleaseIfSet(ctx->convTableBlock);
+    ReleaseIfSet(ctx->reservedBuffer);
+    ReleaseIfSet(ctx->planeBlock);
+    Release(ctx);
+    return kOk;
+}
+
+int32_t _CheckCapability_depend(int32_t operation) {
+    const int32_t source = SourceFormat(operation);
+    if (source != kYCbCr420 && source != kYCbCr422 && source != kYCbCr444) return kNotImplemented;
+    if (operation == 0x006 || operation == 0x007 || operation == 0x008) return kNotImplemented;
+    return kOk;
+}
+
+int32_t QV_ImgPrcOneFrame(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3],
+                          const int32_t srcStrides[3], uint8_t* const dstPlanes[3],
+                          const int32_t dstStrides[3]) {
+    if (ctx == nullptr) return kInvalidArg;
+    const int32_t source = SourceFormat(ctx->operation);
+    if (source > kABGR32 || source < 0) return kNotImplemented;
+    if (!HasPlanes(source, kSrcOnePlaneMask, srcPlanes, srcStrides)) return kInvalidArg;
+    const int32_t destination = DestinationFormat(ctx->operation);
+    if (destination > kRGB555) return kNotImplemented;
+    if (!HasPlanes(destination, kDstOnePlaneMask, dstPlanes, dstStrides)) return kInvalidArg;
+    return _ImgPrcOneFrame_depend(ctx, srcPlanes, srcStrides, dstPlanes, dstStrides);
+}
+
+int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3],
+                               const int32_t srcStrides[3], uint8_t* const dstPlanes[3],
+                               const int32_t dstStrides[3]) {
+    // 1. Deinterlaced frames are read from the context's work planes from here on.
+    const uint8_t* const* sp = srcPlanes;
+    const int32_t* ss = srcStrides;
+    const uint8_t* workPlanes[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
+    const int32_t workStrides[3] = {static_cast<int32_t>(ctx->planeStride), static_cast<int32_t>(ctx->planeStride),
+                                    static_cast<int32_t>(ctx->planeStride)};
+    if (ctx->deinterlaceMode != 0) {
+        uint8_t* const work[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
+        const int32_t status = QV_DeInterlace(ctx, srcPlanes, srcStrides, work, workStrides);
+        if (status != kOk) return status;
+        sp = workPlanes;
+        ss = workStrides;
+    }
+
+    // 2. Sizes; 3. this frame's placement.
+    const int32_t W = ctx->srcWidth, H = ctx->srcHeight;
+    const int32_t DW = ctx->dstWidth, DH = ctx->dstHeight;
+    const int32_t rotStatus = _QV_RotationInit(ctx, dstPlanes, DW, DH, dstStrides);
+    if (rotStatus != kOk) return rotStatus;
+
+    // An empty picture, or an empty destination for a route that scales, has nothing to write.
+    if (W <= 0 || H <= 0) return kOk;
+    const bool rot = ctx->rotation != 0;
+    const uint32_t scale = ctx->scaleCase;
+    if (scale != kScaleSame && (DW <= 0 || DH <= 0)) {
+        switch (ctx->operation) {
+            case 0x006: case 0x007: case 0x008: case 0x300: case 0x305: case 0x500: case 0x800: case 0x900:
+                break;  // these never scale
+            default:
+                return kOk;
+        }
+    }
+
+    // 4. Exactly one converter.
+    const QvRotationParams* prm = ctx->params;
+    const LineBuffers* lines = ctx->lineBufferBlock != nullptr ? &ctx->lineBuffer : nullptr;
+    uint8_t* const d0 = dstPlanes[0];
+    const int32_t s0 = dstStrides[0];
+    const uint8_t alpha = static_cast<uint8_t>(ctx->alpha);
+    const uint32_t interp = ctx->interpolation;
+
+    switch (ctx->operation) {
+        case 0x000:
+            if (ctx->adjustOn == 0) {
+                if (!rot && scale == kScaleSame) _QVYCbCr420Copy(sp, ss, W, H, dstPlanes, dstStrides);
+                else if (!rot) _QVYCbCr420Rsz(sp, ss, W, H, dstPlanes, dstStrides, DW, DH);
+                else if (scale == kScaleSame) _QVYCbCr420Rot(prm, sp, ss, W, H);
+                else _QVYCbCr420RszRot(prm, sp, ss, W, H, DW, DH);
+            } else {
+                if (!rot && scale == kScaleSame) _QVYCbCrAdjust(ctx, sp, ss, W, H, dstPlanes, dstStrides);
+                else if (!rot) _QVYCbCr420RszAdjust(ctx, sp, ss, W, H, dstPlanes, dstStrides, DW, DH);
+                else if (scale == kScaleSame) _QVYCbCr420RotAdjust(ctx, sp, ss, W, H);
+                else _QVYCbCr420RszRotAdjust(ctx, sp, ss, W, H, DW, DH);
+            }
+            break;
+        case 0x003:
+            if (rot) {
+                if (scale == kScaleSame) {
+                    _QVYCbCr420ToRGB565Rot(ctx, sp, ss, W, H);
+                } else if (scale == kScaleUp) {
+                    // The column writer takes the start unchanged and both steps halved.
+                    _QVYCbCr420ToRGB565RszUpRot(ctx, lines, sp, ss, W, H, prm->dst00, prm->stepY >> 1,
+                                                prm->stepX >> 1, DW, DH);
+                } else {
+                    _QVYCbCr420ToRGB565RszRot(ctx, sp, ss, W, H, DW, DH);
+                }
+                break;
+            }
+            switch (scale) {
+                case kScaleSame: _QVYCbCr420ToRGB565(ctx, sp, ss, W, H, d0, s0); break;
+                case kScaleUp:
+                case kScaleDouble:
+                    if (interp == kInterpNearest)
+                        _QVYCbCr420ToRGB565RszUp_Nearest(ctx, lines, sp, ss, W, H, d0, s0, DW, DH);
+                    else if (interp == kInterpNearLinear)
+                        _QVYCbCr420ToRGB565RszUp_NearLinear(ctx, lines, sp, ss, W, H, d0, s0, DW, DH);
+                    else
+                        _QVYCbCr420ToRGB565RszUp(ctx, lines, sp, ss, W, H, d0, s0, DW, DH);
+                    break;
+                case kScaleWide25x2: _QVYCbCr420ToRGB565Case1(ctx, lines, sp, ss, W, d0, s0, DH); break;
+                case kScaleWide15: _QVYCbCr420ToRGB565Case2(ctx, lines, sp, ss, W, H, d0, s0, DH); break;
+                case kScale320To480x272:
+                    _QVYCbCr420ToRGB565Case3(ctx, ctx->lineBuffer[0], ctx->lineBuffer[1], sp, ss, d0, s0);
+                    break;
+                default: _QVYCbCr420ToRGB565Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH); break;
+            }
+            break;
+        case 0x004:
+            if (rot) {
+                if (scale == kScaleSame) _QVYCbCr420ToRGB888Rot(ctx, sp, ss, W, H);
+                else _QVYCbCr420ToRGB888RszRot(ctx, sp, ss, W, H, DW, DH);
+            } else if (scale == kScaleSame) {
+                _QVYCbCr420ToRGB888(ctx, sp, ss, W, H, d0, s0);
+            } else if (scale == kScaleMixed || scale == kScaleDown) {
+                _QVYCbCr420ToRGB888Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH);
+            } else {
+                _QVYCbCr420ToRGB888RszUp(ctx, lines, sp, ss, W, H, d0, s0, DW, DH);
+            }
+            break;
+        case 0x005:
+            if (rot) {
+                if (scale == kScaleSame) _QVYCbCr420ToARGB32Rot(ctx, sp, ss, W, H, alpha);
+                else _QVYCbCr420ToARGB32RszRot(ctx, sp, ss, W, H, DW, DH, alpha);
+            } else if (scale == kScaleSame) {
+                _QVYCbCr420ToARGB32(ctx, sp, ss, W, H, d0, s0, alpha);
+            } else if (scale == kScaleWide25x2) {
+                _QVYCbCr420ToARGB32Case1(ctx, lines, sp, ss, W, d0, s0, DH, alpha);
+            } else if (scale == kScaleWide15) {
+                _QVYCbCr420ToARGB32Case2(ctx, lines, sp, ss, W, H, d0, s0, DH, alpha);
+            } else if (scale == kScaleMixed || scale == kScaleDown) {
+                _QVYCbCr420ToARGB32Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH, alpha);
+            } else {  // 2, 4 and 7 take the general upscaler
+                _QVYCbCr420ToARGB32RszUp(ctx, lines, sp, ss, W, H, d0, s0, DW, DH, alpha);
+            }
+            break;
+        case 0x006: _QVYCbCr420ToYUY2(d0, s0, sp, ss, W, H); break;
+        case 0x007: _QVYCbCr420ToUYVY(d0, s0, sp, ss, W, H); break;
+        case 0x008: _QVYCbCr420ToNV12(sp, ss, W, H, dstPlanes, dstStrides); break;
+        case 0x00A: _QVYCbCr420ToRGB555(ctx, sp, ss, W, H, d0, s0, ctx->colourValue); break;
+        case 0x103:
+            // 4:2:2 sources ignore the rotation code.
+            if (scale == kScaleSame) _QVYCbCr422ToRGB565(ctx, sp, ss, W, H, d0, s0);
+            else _QVYCbCr422ToRGB565Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH);
+            break;
+        case 0x203: _QVYCbCr444ToRGB565RszRot(ctx, sp, ss, W, H, DW, DH); break;
+        case 0x204: _QVYCbCr444ToRGB888RszRot(ctx, sp, ss, W, H, DW, DH); break;
+        case 0x205: _QVYCbCr444ToARGB32RszRot(ctx, sp, ss, W, H, DW, DH, alpha); break;
+        case 0x300:
+            if (!rot) return (_QVRGB565ToYCbCr420(sp[0], ss[0], W, H, dstPlanes, dstStrides), kOk);
+            return EncodeThenRotate(
+                ctx, W, H, DW, DH,
+                [&](const uint8_t* src, int32_t stride, uint8_t* const tmp[3], const int32_t tmpStrides[3]) {
+                    _QVRGB565ToYCbCr420(src, stride, W, H, tmp, tmpStrides);
+                },
+                sp, ss);
+        case 0x500:
+        case 0x900: {
+            auto encode = ctx->operation == 0x500 ? _QVARGB32ToYCbCr420 : _QVABGR32ToYCbCr420;
+            if (!rot) return (encode(sp[0], ss[0], dstPlanes, dstStrides, W, H), kOk);
+            return EncodeThenRotate(
+                ctx, W, H, DW, DH,
+                [&](const uint8_t* src, int32_t stride, uint8_t* const tmp[3], const int32_t tmpStrides[3]) {
+                    encode(src, stride, tmp, tmpStrides, W, H);
+                },
+                sp, ss);
+        }
+        // One-plane RGB sources get their strides in the converter's own unit.
+        case 0x303: _QVRGB565RszRot(prm, sp[0], ss[0] / 2, W, H, DW, DH); break;
+        case 0x305: _QVRGB565ToARGB32(sp[0], ss[0] / 2, d0, s0 / 4, W, H, alpha); break;
+        case 0x403: _QVRGB888ToRGB565RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
+        case 0x404: _QVRGB888RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
+        case 0x800: _QVNV12ToYCbCr420(sp, ss, W, H, dstPlanes, dstStrides); break;
+        default: break;  // nothing to do
+    }
+    return kOk;
+}
+
+}  // namespace qv

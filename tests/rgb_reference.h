@@ -322,6 +322,29 @@ inline Picture TwiceVertically(const qv::QvImgPrcContext* ctx, const Frame& f, i
     return p;
 }
 
+// A destination plane pre-filled with a pattern, and the expected bytes starting as that pattern.
+struct Dest {
+    GuardedPlane plane;
+    std::vector<uint8_t> expected;
+    Dest(int32_t stride, int32_t rows, uint32_t seed = 99) : plane(stride, rows) {
+        qvtest::FillPattern(plane.data(), plane.size(), seed);
+        expected = plane.contents();
+    }
+    uint8_t* data() { return plane.data(); }
+    int32_t stride() const { return plane.stride(); }
+    // Every byte equals the expectation and the guards around the plane are intact.
+    void Check(const char* what) const {
+        EXPECT_TRUE(plane.guardsIntact()) << what;
+        const std::vector<uint8_t> got = plane.contents();
+        size_t bad = 0, first = 0;
+        for (size_t i = 0; i < got.size(); ++i) {
+            if (got[i] != expected[i] && bad++ == 0) first = i;
+        }
+        EXPECT_EQ(bad, 0u) << what << ": first difference at byte " << first << " (row " << first / plane.stride()
+                           << ", byte " << first % plane.stride() << ")";
+    }
+};
+
 // ---- line buffers -----------------------------------------------------------------------------------
 
 // Four line buffers of exactly L bytes each, with guards after each.

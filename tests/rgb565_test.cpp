@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <tuple>
 
 #include "rgb_reference.h"
@@ -382,3 +383,69 @@ TEST(Flat565, EveryRouteKeepsAFlatFrameFlat) {
 }
 
 }  // namespace
+
+// ---- reads stay inside the source planes ------------------------------------------------------------
+
+// Every route run on planes allocated to exactly their rows (so that the address sanitizer sees any read
+// past them) gives the same bytes as on the padded planes. Only the RGB565 2.5 x 2 path reads below the
+// picture by design; it gets its two extra rows.
+TEST(TightPlanes, NoRouteReadsOutsideTheSourcePlanes) {
+    const int32_t W = 16, H = 8;
+    using Run = std::function<void(qv::QvImgPrcContext*, const qv::LineBuffers*, const uint8_t* const*, const int32_t*,
+                                   uint8_t*, int32_t)>;
+    struct Route {
+        const char* name;
+        int32_t op, DW, DH, B;
+        uint32_t rotation;
+        int32_t extraRows;
+        Run run;
+    };
+    const uint8_t a = 0x80;
+    const std::vector<Route> routes = {
+        {"565", 0x003, W, H, 2, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565(c, sp, ss, W, H, d, s); }},
+        {"565Rot", 0x003, W, H, 2, 3, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToRGB565Rot(c, sp, ss, W, H); }},
+        {"565Rsz", 0x003, 12, 20, 2, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565Rsz(c, sp, ss, W, H, d, s, 12, 20); }},
+        {"565RszRot", 0x003, 12, 20, 2, 2, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToRGB565RszRot(c, sp, ss, W, H, 12, 20); }},
+        {"565RszUp", 0x003, 24, 20, 2, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565RszUp(c, l, sp, ss, W, H, d, s, 24, 20); }},
+        {"565RszUpRot", 0x003, 24, 20, 2, 1, 0, [&](auto c, auto l, auto sp, auto ss, auto, auto) {
+             const qv::QvRotationParams& p = *c->params;
+             qv::_QVYCbCr420ToRGB565RszUpRot(c, l, sp, ss, W, H, p.dst00, p.stepY >> 1, p.stepX >> 1, 24, 20); }},
+        {"565Nearest", 0x003, 24, 20, 2, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565RszUp_Nearest(c, l, sp, ss, W, H, d, s, 24, 20); }},
+        {"565NearLinear", 0x003, 24, 20, 2, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565RszUp_NearLinear(c, l, sp, ss, W, H, d, s, 24, 20); }},
+        {"565Case1", 0x003, 40, 16, 2, 0, 2, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565Case1(c, l, sp, ss, W, d, s, 16); }},
+        {"565Case2", 0x003, 24, 12, 2, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB565Case2(c, l, sp, ss, W, H, d, s, 12); }},
+        {"ARGB", 0x005, W, H, 4, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToARGB32(c, sp, ss, W, H, d, s, a); }},
+        {"ARGBRot", 0x005, W, H, 4, 4, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToARGB32Rot(c, sp, ss, W, H, a); }},
+        {"ARGBRsz", 0x005, 12, 20, 4, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToARGB32Rsz(c, sp, ss, W, H, d, s, 12, 20, a); }},
+        {"ARGBRszRot", 0x005, 12, 20, 4, 5, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToARGB32RszRot(c, sp, ss, W, H, 12, 20, a); }},
+        {"ARGBRszUp", 0x005, 24, 20, 4, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToARGB32RszUp(c, l, sp, ss, W, H, d, s, 24, 20, a); }},
+        {"ARGBCase1", 0x005, 40, 16, 4, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToARGB32Case1(c, l, sp, ss, W, d, s, 16, a); }},
+        {"ARGBCase2", 0x005, 24, 12, 4, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToARGB32Case2(c, l, sp, ss, W, H, d, s, 12, a); }},
+        {"888", 0x004, W, H, 3, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB888(c, sp, ss, W, H, d, s); }},
+        {"888Rot", 0x004, W, H, 3, 2, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToRGB888Rot(c, sp, ss, W, H); }},
+        {"888Rsz", 0x004, 12, 20, 3, 0, 0, [&](auto c, auto, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB888Rsz(c, sp, ss, W, H, d, s, 12, 20); }},
+        {"888RszRot", 0x004, 12, 20, 3, 3, 0, [&](auto c, auto, auto sp, auto ss, auto, auto) { qv::_QVYCbCr420ToRGB888RszRot(c, sp, ss, W, H, 12, 20); }},
+        {"888RszUp", 0x004, 24, 20, 3, 0, 0, [&](auto c, auto l, auto sp, auto ss, auto d, auto s) { qv::_QVYCbCr420ToRGB888RszUp(c, l, sp, ss, W, H, d, s, 24, 20); }},
+    };
+    for (const Route& r : routes) {
+        Ctx c(r.op, W, H, r.DW, r.DH, r.rotation);
+        Frame f(W, H, 91, 3, 1, 1, r.extraRows);
+        // Tight copies: each plane exactly stride x rows bytes in its own heap block.
+        const std::vector<uint8_t> y = f.y.contents(), cb = f.cb.contents(), cr = f.cr.contents();
+        const uint8_t* tight[3] = {y.data(), cb.data(), cr.data()};
+        const int32_t* ss = f.ss();
+        LineSet lines(LineSet::Length(W, r.DW, true));
+        const int32_t stride = r.B * std::max(r.DW, r.DH);
+        std::vector<uint8_t> results[2];
+        for (int pass = 0; pass < 2; ++pass) {
+            Dest d(stride, std::max(r.DW, r.DH));
+            c.Rotate(d.data(), stride, r.DW, r.DH);
+            r.run(c.ctx, lines.get(), pass == 0 ? f.sp() : tight, ss, d.data(), stride);
+            EXPECT_TRUE(d.plane.guardsIntact()) << r.name;
+            results[pass] = d.plane.contents();
+        }
+        EXPECT_EQ(results[0], results[1]) << r.name;
+        EXPECT_NE(results[0], Dest(stride, std::max(r.DW, r.DH)).plane.contents()) << r.name << " wrote nothing";
+        EXPECT_TRUE(lines.guardsIntact()) << r.name;
+    }
+}

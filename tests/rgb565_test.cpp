@@ -449,3 +449,41 @@ TEST(TightPlanes, NoRouteReadsOutsideTheSourcePlanes) {
         EXPECT_TRUE(lines.guardsIntact()) << r.name;
     }
 }
+
+// ---- through the frame pipeline -----------------------------------------------------------------------
+
+// A frame through QV_ImgPrcOneFrame reaches the route the context's case selects, with the rotated
+// upscaler given the parameter record's start and halved steps.
+TEST(Pipeline565, FramesReachTheirRoutes) {
+    struct Case {
+        uint32_t rotation, interp;
+        Size sz;
+    };
+    for (const Case k : {Case{2, 2, {8, 8, 16, 12}}, Case{0, 2, {8, 8, 16, 12}}, Case{0, 0, {8, 8, 16, 12}},
+                         Case{0, 1, {8, 8, 12, 12}}, Case{3, 2, {16, 12, 8, 8}}}) {
+        const Size& sz = k.sz;
+        Ctx c(0x003, sz.W, sz.H, sz.DW, sz.DH, k.rotation, k.interp);
+        Frame f(sz.W, sz.H, 95, 3, 2, 2);
+        const int32_t stride = 2 * std::max(sz.DW, sz.DH) + 4;
+        Dest d(stride, rgbref::StoredRows(k.rotation, sz.DW, sz.DH));
+        uint8_t* const dp[3] = {d.data(), nullptr, nullptr};
+        const int32_t ds[3] = {stride, 0, 0};
+        ASSERT_EQ(qv::QV_ImgPrcOneFrame(c.ctx, f.sp(), f.ss(), dp, ds), 0);
+        Picture pic(0, 0);
+        if (c.ctx->scaleCase == 6) {
+            pic = rgbref::LineCache(c.ctx, f, sz.DW, sz.DH, rgbref::Horizontal::k23_565);
+        } else if (c.ctx->scaleCase == 3) {
+            pic = rgbref::Scaled(c.ctx, f, sz.DW, sz.DH, Format::kRGB565);
+        } else if (k.interp == 0) {
+            pic = NearestModel(c.ctx, f, sz.DW, sz.DH, false);
+        } else {
+            pic = rgbref::LineCache(c.ctx, f, sz.DW, sz.DH, rgbref::Horizontal::k565);
+        }
+        if (k.rotation != 0) {
+            rgbref::PlaceRotated(d.expected, pic, k.rotation, stride, 2);
+        } else {
+            rgbref::PlaceRows(d.expected, pic, 2, [&](int32_t r) { return Rows(r, stride & ~3); });
+        }
+        d.Check("pipeline");
+    }
+}

@@ -34,7 +34,7 @@ struct RGB565Format {
 struct ARGB32Format {
     uint8_t alpha;
     static constexpr int32_t kBytes = 4;
-    // The row pair advances by (stride >> 1) x 4 bytes, so an odd stride loses a byte per pair
+    // The row pair advances by (stride >> 1) x 4 bytes, two bytes short of two odd strides,
     // while the lower row of the pair still sits one full stride below the upper.
     static int32_t RowPairAdvance(int32_t stride) { return (stride >> 1) * 4; }
     // Rotated steps are rounded down to a multiple of 4 bytes.
@@ -136,6 +136,7 @@ int32_t UpscaleThroughLineCache(const QvImgPrcContext* ctx, const LineBuffers* l
                                 SrcPlanes sp, Strides ss, int32_t W, int32_t H, int32_t DH,
                                 RowWriter writeRow) {
     if (lines == nullptr) return kInvalidArg;
+    if (W < 1 || H < 1) return kOk;  // an empty source has no row to convert
     const int32_t ystep = ScaleStep(H, DH);
     uint32_t* current = (*lines)[0];
     uint32_t* next = (*lines)[1];
@@ -240,6 +241,7 @@ int32_t UpscaleNearest(const QvImgPrcContext* ctx, const LineBuffers* lines, Src
                        Strides ss, int32_t W, int32_t H, uint8_t* d0, int32_t s0, int32_t DW,
                        int32_t DH) {
     if (lines == nullptr) return kInvalidArg;
+    if (W < 1 || H < 1) return kOk;  // an empty source has no row to convert
     uint32_t* const buf0 = (*lines)[0];
     uint32_t* const buf1 = (*lines)[1];
     const int32_t lineWidth = kLine == NearestLine::kDoubled ? 2 * W : W;
@@ -270,7 +272,7 @@ int32_t UpscaleNearest(const QvImgPrcContext* ctx, const LineBuffers* lines, Src
             selected = buf0;
         }
         if (phase == previousPhase) {
-            std::memcpy(dst, dst - rowStride, 2 * static_cast<size_t>(DW));
+            std::memmove(dst, dst - rowStride, 2 * static_cast<size_t>(DW));
         } else {
             HLerp_Nearest(reinterpret_cast<const uint16_t*>(selected), dst, DW, q, r);
         }

@@ -168,7 +168,8 @@ void Put23Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
 
 namespace {
 
-// Ten RGB565 pixels of one 2:5 group; with `next` null the last two repeat s[3].
+// Ten RGB565 pixels of one 2:5 group; with `next` null the last two repeat s[3]. The fifth
+// pixel weighs s1, s2 by 13, 19 and the tenth s3, s4 by 19, 13: both as the weight table has them.
 void Put25Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
     uint32_t p[10];
     p[0] = PackInterpRGB565(s[0], 0);

@@ -1,0 +1,332 @@
+#include "convert.h"
+
+#include <unistd.h>
+
+#include <cctype>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "colour.h"
+#include "fileio.h"
+#include "formats.h"
+#include "media.h"
+
+namespace qvc {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int32_t kMaxSide = 16384;
+
+ConvertResult Usage(std::string message) { return {ExitCode::kUsage, std::move(message)}; }
+ConvertResult Failure(std::string message) { return {ExitCode::kFailed, std::move(message)}; }
+
+std::string SizeText(int32_t w, int32_t h) { return std::to_string(w) + "x" + std::to_string(h); }
+
+std::string Extension(const std::string& name) {
+    const size_t dot = name.rfind('.');
+    const size_t slash = name.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+    std::string ext = name.substr(dot + 1);
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ext;
+}
+
+// A size the library takes as it is, or the message saying what it would make of it.
+std::string CheckSize(const std::string& what, int32_t w, int32_t h) {
+    if (w < 4 || h < 4 || w > kMaxSide || h > kMaxSide)
+        return what + " is " + SizeText(w, h) + "; sizes from 4x4 to " + SizeText(kMaxSide, kMaxSide) + " work";
+    if (w % 4 != 0 || h % 4 != 0)
+        return what + " is " + SizeText(w, h) +
+               ", not a multiple of 4 in both directions; the library would round it down to " +
+               SizeText(w & ~3, h & ~3) + " and convert only that much";
+    return {};
+}
+
+// The position of a frame-number field such as %d or %04d in an output name, and its width.
+bool FrameNumberField(const std::string& name, size_t* at, size_t* length, int* width) {
+    const size_t p = name.find('%');
+    if (p == std::string::npos) return false;
+    size_t q = p + 1;
+    int w = 0;
+    while (q < name.size() && q - p < 4 && std::isdigit(static_cast<unsigned char>(name[q]))) w = w * 10 + (name[q++] - '0');
+    if (q >= name.size() || name[q] != 'd') return false;
+    *at = p;
+    *length = q + 1 - p;
+    *width = w;
+    return true;
+}
+
+std::string NumberedName(const std::string& name, int64_t number) {
+    size_t at = 0, length = 0;
+    int width = 0;
+    if (!FrameNumberField(name, &at, &length, &width)) return name;
+    std::string digits = std::to_string(number);
+    if (static_cast<int>(digits.size()) < width) digits.insert(0, static_cast<size_t>(width) - digits.size(), '0');
+    return name.substr(0, at) + digits + name.substr(at + length);
+}
+
+const FormatInfo* DefaultDestination(const FormatInfo& source, const std::string& container) {
+    std::vector<const char*> preferred;
+    if (container == "y4m") preferred = {"i420"};
+    else if (container == "png") preferred = {"rgb24", "rgb565", "argb", "i420"};
+    else preferred = {source.name, "i420", "rgb565"};
+    for (const char* name : preferred)
+        if (OperationOf(source.code, FindFormat(name)->code).exists) return FindFormat(name);
+    return FindFormat(preferred[0]);  // the library will say it cannot
+}
+
+// The format a PNG picture is fed to the library as, when --from does not say.
+const FormatInfo* PngFeedFormat(const FormatInfo* destination, const std::string& container) {
+    for (const char* name : {"rgb24", "argb", "rgb565", "abgr"}) {
+        const FormatInfo* feed = FindFormat(name);
+        const FormatInfo* to = destination != nullptr ? destination : DefaultDestination(*feed, container);
+        if (OperationOf(feed->code, to->code).exists) return feed;
+    }
+    return FindFormat("argb");
+}
+
+class ProgressBar {
+public:
+    ProgressBar(bool enabled, int64_t total) : enabled_(enabled), total_(total) {}
+    ~ProgressBar() { Finish(); }
+
+    void Update(int64_t done) {
+        if (!enabled_) return;
+        const Clock::time_point now = Clock::now();
+        if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
+        last_ = now;
+        drawn_ = true;
+        if (total_ > 0) {
+            const int width = 30;
+            const int filled = static_cast<int>(done * width / total_);
+            std::fprintf(stderr, "\r[%s%s] %lld/%lld frames", std::string(static_cast<size_t>(filled), '#').c_str(),
+                         std::string(static_cast<size_t>(width - filled), '.').c_str(), static_cast<long long>(done),
+                         static_cast<long long>(total_));
+        } else {
+            std::fprintf(stderr, "\r%lld frames", static_cast<long long>(done));
+        }
+        std::fflush(stderr);
+    }
+
+    void Finish() {
+        if (enabled_ && drawn_) std::fputs("\r\033[K", stderr);
+        drawn_ = false;
+        enabled_ = false;
+    }
+
+private:
+    bool enabled_;
+    int64_t total_;
+    bool drawn_ = false;
+    Clock::time_point last_;
+};
+
+}  // namespace
+
+ConvertResult Convert(const Options& o, const Library& library, bool showProgress, ConvertReport& report) {
+    report = ConvertReport{};
+    if (o.output.empty()) return Usage("no output given (qv-convert [options] [INPUT] OUTPUT; see --help)");
+
+    // ---- the output file's kind --------------------------------------------------------------
+    std::string container = o.container;
+    if (container.empty()) {
+        const std::string ext = Extension(o.output);
+        container = ext == "y4m" || ext == "png" ? ext : "raw";
+    }
+    size_t fieldAt = 0, fieldLength = 0;
+    int fieldWidth = 0;
+    const bool pngSequence = container == "png" && FrameNumberField(o.output, &fieldAt, &fieldLength, &fieldWidth);
+    int64_t frameLimit = o.frames;
+    if (container == "png" && !pngSequence) {
+        if (o.frames > 1)
+            return Usage(o.output + " holds one picture; name the output like out-%03d.png for " +
+                         std::to_string(o.frames) + " frames");
+        frameLimit = 1;
+    }
+
+    // ---- the input -----------------------------------------------------------------------------
+    SourceRequest request;
+    request.input = o.input.empty() ? "pattern" : o.input;
+    request.format = o.from.empty() ? nullptr : FindFormat(o.from);
+    request.width = o.size.width;
+    request.height = o.size.height;
+    request.frames = frameLimit;
+    std::unique_ptr<FrameSource> source;
+    if (std::string error = OpenSource(request, source); !error.empty()) return Failure(error);
+    if (std::string error = CheckSize(source->description, source->width, source->height); !error.empty())
+        return Failure(error);
+
+    // ---- formats -------------------------------------------------------------------------------
+    const FormatInfo* destination = o.to.empty() ? nullptr : FindFormat(o.to);
+    if (destination == nullptr && container == "raw") destination = FindFormat(Extension(o.output));
+    if (source->format == nullptr) source->format = PngFeedFormat(destination, container);
+    const FormatInfo& src = *source->format;
+    if (destination == nullptr) destination = DefaultDestination(src, container);
+    const FormatInfo& dst = *destination;
+    if (src.code == QV_FORMAT_RGB555) return Usage("rgb555 is an output format only; it cannot be a source");
+    if (container == "y4m" && Y4mChromaTag(dst) == nullptr)
+        return Usage("Y4M files hold YCbCr pictures (i420, nv12, yuy2, uyvy); write " + std::string(dst.name) +
+                     " as a raw file or a PNG");
+
+    // ---- what the library will be asked -----------------------------------------------------
+    const int32_t W = source->width, H = source->height;
+    const OperationInfo op = OperationOf(src.code, dst.code);
+    const std::string route = std::string(src.name) + " -> " + dst.name;
+    int32_t DW = W, DH = H;
+    if (!o.scale.empty()) {
+        if (std::string error = CheckSize("the --scale size", o.scale.width, o.scale.height); !error.empty())
+            return Usage(error);
+        DW = o.scale.width;
+        DH = o.scale.height;
+    }
+    const bool scaling = DW != W || DH != H;
+    if (op.exists && !op.refusesRotateScale) {
+        if (o.rotation != QV_ROTATE_NONE && !op.rotates)
+            return Failure(route + " cannot rotate: the library ignores the rotation for this conversion");
+        if (scaling && !op.scales)
+            return Failure(route + " cannot scale: the library writes the source size (" + SizeText(W, H) +
+                           ") for this conversion");
+    }
+    if (o.deinterlace != 0) {
+        if (src.family != Family::kPlanarYuv)
+            return Failure("--deinterlace needs a planar YCbCr source (i420, i422 or i444), not " +
+                           std::string(src.name));
+        if (src.code == QV_FORMAT_YCBCR444 && o.deinterlace >= QV_DEINTERLACE_DISCARD &&
+            o.deinterlace <= QV_DEINTERLACE_MEAN)
+            return Failure(std::string("--deinterlace ") + DeinterlaceName(o.deinterlace) +
+                           " leaves 4:4:4 pictures unwritten; use fast, linear or x for i444");
+    }
+    if (o.colourKey && dst.code != QV_FORMAT_RGB555)
+        return Usage("--colour-key applies to rgb555 output only, not " + std::string(dst.name));
+
+    QvCreateParams params = {};
+    params.structSize = sizeof params;
+    params.operation = QV_OPERATION(src.code, dst.code);
+    params.rotation = o.rotation;
+    params.interpolation = o.interpolation;
+    params.srcWidth = W;
+    params.srcHeight = H;
+    params.dstWidth = DW;
+    params.dstHeight = DH;
+    params.alpha = o.alpha;
+    // A key whose top byte is set never matches, so without --colour-key no pixel is keyed.
+    params.colourValue = o.colourKey.value_or(0xFF000000u);
+
+    std::string settings;
+    if (scaling) settings += std::string(", scale ") + InterpolationName(o.interpolation);
+    if (o.rotation != QV_ROTATE_NONE) settings += std::string(", rotate ") + RotationName(o.rotation);
+    if (o.deinterlace != 0) settings += std::string(", deinterlace ") + DeinterlaceName(o.deinterlace);
+    const bool quarterTurn = o.rotation == QV_ROTATE_90_CW || o.rotation == QV_ROTATE_90_CCW;
+    const int32_t outW = quarterTurn ? DH : DW, outH = quarterTurn ? DW : DH;
+
+    Context context(library.functions());
+    std::string printed;
+    const QvResult created = context.Create(params, &printed);
+    report.libraryPrinted = printed;
+    if (created != QV_S_OK) {
+        std::string message = "the library cannot do " + route + settings + ": Create returned " +
+                              ResultName(created);
+        if (!printed.empty()) message += " (it printed \"" + printed + "\")";
+        if (!op.exists) message += "; " + std::string(src.name) + " converts to " + DestinationsOf(src);
+        return Failure(message);
+    }
+    if (o.brightness || o.contrast || o.saturation) {
+        const int32_t b = o.brightness.value_or(128), c = o.contrast.value_or(128), s = o.saturation.value_or(128);
+        if (const QvResult r = context.SetColourAdjust(b, c, s); r != QV_S_OK)
+            return Failure("setting the colour adjustment failed: Set returned " + ResultName(r));
+        int32_t values[3] = {0, 0, 0};
+        if (const QvResult r = context.GetColourAdjust(values); r != QV_S_OK)
+            return Failure("colour adjustment does not apply to " + route + ": Get returned " + ResultName(r));
+        settings += ", brightness " + std::to_string(b) + " contrast " + std::to_string(c) + " saturation " +
+                    std::to_string(s);
+    }
+    if (o.colourKey) {
+        if (const QvResult r = context.SetColourValue(*o.colourKey); r != QV_S_OK)
+            return Failure("setting the colour key failed: Set returned " + ResultName(r));
+        char key[32];
+        std::snprintf(key, sizeof key, ", key 0x%06X", *o.colourKey);
+        settings += key;
+    }
+    report.summary = SizeText(W, H) + " " + src.name + " -> " + SizeText(outW, outH) + " " + dst.name + settings;
+
+    // ---- frames ----------------------------------------------------------------------------------
+    Frame in, out;
+    AllocateFrame(in, src, W, H, Padding::kSource);
+    AllocateFrame(out, dst, outW, outH, Padding::kTight);
+
+    OutputFile file;
+    if (!pngSequence) {
+        if (std::string error = file.Open(o.output); !error.empty()) return Failure(error);
+    }
+    if (container == "y4m") {
+        Y4mHeader header = source->stream;
+        header.width = outW;
+        header.height = outH;
+        header.format = &dst;
+        if (o.deinterlace != 0) header.interlace = 'p';
+        if (quarterTurn) {
+            const size_t colon = header.aspect.find(':');
+            header.aspect = header.aspect.substr(colon + 1) + ":" + header.aspect.substr(0, colon);
+        }
+        if (std::fputs(FormatY4mHeader(header).c_str(), file.stream()) == EOF) return Failure(file.WriteError());
+    }
+
+    ProgressBar progress(showProgress && isatty(STDERR_FILENO) != 0, source->frameCount);
+    const Clock::time_point start = Clock::now();
+    bool allBlank = true;
+    RgbaImage picture;
+    for (;;) {
+        bool got = false;
+        if (std::string error = source->Read(in, &got); !error.empty()) return Failure(error);
+        if (!got) break;
+        const QvResult r = context.Process(in, out, o.deinterlace);
+        if (r != QV_S_OK)
+            return Failure("frame " + std::to_string(report.frames + 1) + " of " + route + settings +
+                           ": ProcessFrame returned " + ResultName(r));
+        allBlank = allBlank && IsBlack(out);
+        ++report.frames;
+        if (container == "png") {
+            DecodeFrame(out, picture);
+            OutputFile numbered;
+            OutputFile& target = pngSequence ? numbered : file;
+            if (pngSequence) {
+                if (std::string error = numbered.Open(NumberedName(o.output, report.frames)); !error.empty())
+                    return Failure(error);
+            }
+            if (std::string error = WritePng(target.stream(), picture, ShowsAlpha(dst)); !error.empty())
+                return Failure(target.path() + ": " + error);
+            if (pngSequence) {
+                if (std::string error = numbered.Commit(); !error.empty()) return Failure(error);
+            }
+        } else {
+            const bool written = container == "y4m" ? WriteY4mFrame(file.stream(), out) : WriteRawFrame(file.stream(), out);
+            if (!written) return Failure(file.WriteError());
+        }
+        progress.Update(report.frames);
+    }
+    progress.Finish();
+    if (report.frames == 0) return Failure(source->description + " holds no frames");
+    if (!pngSequence) {
+        if (std::string error = file.Commit(); !error.empty()) return Failure(error);
+    }
+    report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    report.outputBlank = allBlank;
+    return {};
+}
+
+std::string FormatsListing() {
+    std::string text = "pixel formats (name, layout, what the library converts it to):\n";
+    for (const FormatInfo& f : AllFormats()) {
+        std::string name = std::string("  ") + f.name;
+        name.resize(10, ' ');
+        text += name + f.description + "\n";
+        bool source = false;
+        for (const FormatInfo& to : AllFormats()) source = source || OperationOf(f.code, to.code).exists;
+        if (source) text += "          -> " + DestinationsOf(f) + "\n";
+    }
+    return text;
+}
+
+}  // namespace qvc

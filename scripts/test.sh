@@ -3,17 +3,21 @@
 #   scripts/test.sh          Release build in build/
 #   scripts/test.sh asan     AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
 #   scripts/test.sh m32      32-bit build in build-m32/ (GoogleTest built from /usr/src/googletest)
+#   scripts/test.sh tsan     ThreadSanitizer build in build-tsan/, running the concurrency tests
 set -euo pipefail
+filter=()
 cd "$(dirname "$0")/.."
 variant="${1:-default}"
 case "$variant" in
   default) dir=build;      extra=();  flags=(-DCMAKE_BUILD_TYPE=Release) ;;
-  asan)    dir=build-asan; extra=();  flags=(-DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON) ;;
+  asan)    dir=build-asan; extra=();  flags=(-DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=address) ;;
+  tsan)    dir=build-tsan; extra=();  flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DQV_SANITIZE=thread)
+           filter=(-R Concurrency) ;;
   m32)     dir=build-m32;  extra=(g++-multilib)
            flags=(-DCMAKE_BUILD_TYPE=Release -DQV_GTEST_FROM_SOURCE=ON -DCMAKE_C_FLAGS=-m32 -DCMAKE_CXX_FLAGS=-m32) ;;
-  *) echo "unknown variant '$variant' (default, asan, m32)" >&2; exit 2 ;;
+  *) echo "unknown variant '$variant' (default, asan, m32, tsan)" >&2; exit 2 ;;
 esac
 bash scripts/deps.sh "${extra[@]}"
 cmake -S . -B "$dir" -G Ninja "${flags[@]}" >/dev/null
 cmake --build "$dir" -j"$(nproc)"
-ctest --test-dir "$dir" --output-on-failure -j"$(nproc)"
+ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" "${filter[@]}"

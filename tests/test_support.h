@@ -17,8 +17,8 @@ public:
     static constexpr uint8_t kGuardByte = 0xA5;
 
     GuardedPlane(int32_t stride, int32_t rows, uint8_t fill = 0)
-        : stride_(stride), rows_(rows), bytes_(kGuard * 2 + static_cast<size_t>(stride) * rows, kGuardByte) {
-        std::memset(data(), fill, static_cast<size_t>(stride) * rows);
+        : stride_(stride), rows_(rows), bytes_(kGuard * 2 + size(), kGuardByte) {
+        std::memset(data(), fill, size());
     }
     uint8_t* data() { return bytes_.data() + kGuard; }
     const uint8_t* data() const { return bytes_.data() + kGuard; }
@@ -27,7 +27,9 @@ public:
     uint8_t& at(int32_t x, int32_t r) { return row(r)[x]; }
     int32_t stride() const { return stride_; }
     int32_t rows() const { return rows_; }
-    size_t size() const { return static_cast<size_t>(stride_) * rows_; }
+    size_t size() const {
+        return stride_ > 0 && rows_ > 0 ? static_cast<size_t>(stride_) * static_cast<size_t>(rows_) : 0;
+    }
     bool guardsIntact() const {
         for (size_t i = 0; i < kGuard; ++i)
             if (bytes_[i] != kGuardByte || bytes_[bytes_.size() - 1 - i] != kGuardByte) return false;

@@ -1,9 +1,59 @@
-// Placeholder: these routes write nothing until the family is converted.
+// RGB888 scaled and/or rotated to RGB565 or to RGB888: the three bytes of a pixel are blended
+// alike and placed through the scale and rotation parameters; the writer packs the result.
+#include <array>
+#include <cstdint>
+
+#include "convert/resample.h"
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
+namespace {
 
-int32_t _QVRGB888ToRGB565RszRot(const QvRotationParams*, const uint8_t*, int32_t, int32_t, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVRGB888RszRot(const QvRotationParams*, const uint8_t*, int32_t, int32_t, int32_t, int32_t, int32_t) { return kOk; }
+using Blend = std::array<uint32_t, 3>;  // per byte: an 8-bit value times 32
+
+// Byte 2 becomes red (top 5 bits), byte 1 green (top 6), byte 0 blue (top 5), truncating.
+struct WriteRGB565 {
+    static constexpr int kShift = 2, kUnitBytes = 2;
+    void operator()(uint8_t* p, const Blend& h) const { Store16(p, (h[2] >> 8) << 11 | (h[1] >> 7) << 5 | (h[0] >> 8)); }
+};
+// The byte order is carried through unchanged.
+struct WriteRGB888 {
+    static constexpr int kShift = 1, kUnitBytes = 1;
+    void operator()(uint8_t* p, const Blend& h) const {
+        for (int k = 0; k < 3; ++k) p[k] = static_cast<uint8_t>(h[k] >> 5);
+    }
+};
+
+template <class Writer>
+int32_t ResampleRGB888(const QvRotationParams* prm, const uint8_t* src, int32_t pitch, int32_t W, int32_t H,
+                       int32_t DW, int32_t DH, Writer write) {
+    if (prm == nullptr) return kInvalidArg;
+    const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*prm);
+    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
+        const uint8_t* r0 = Row(src, ty.i0, pitch);
+        const uint8_t* r1 = Row(src, ty.i1, pitch);
+        const int32_t b = 3 * tx.i0, b1 = 3 * tx.i1;  // b1 = min(b + 3, 3W - 3)
+        Blend h;
+        for (int k = 0; k < 3; ++k) {
+            auto V = [&](int32_t c) { return static_cast<uint32_t>(r1[c + k] * ty.w + r0[c + k] * (32 - ty.w)); };
+            h[k] = (V(b1) >> 5) * tx.w + (V(b) >> 5) * (32 - tx.w);
+        }
+        write(dst.At(i, j), h);
+    });
+    return kOk;
+}
+
+}  // namespace
+
+int32_t _QVRGB888ToRGB565RszRot(const QvRotationParams* prm, const uint8_t* src, int32_t srcStrideBytes,
+                                int32_t W, int32_t H, int32_t DW, int32_t DH) {
+    return ResampleRGB888(prm, src, srcStrideBytes, W, H, DW, DH, WriteRGB565{});
+}
+
+int32_t _QVRGB888RszRot(const QvRotationParams* prm, const uint8_t* src, int32_t srcStrideBytes, int32_t W,
+                        int32_t H, int32_t DW, int32_t DH) {
+    return ResampleRGB888(prm, src, srcStrideBytes, W, H, DW, DH, WriteRGB888{});
+}
 
 }  // namespace qv

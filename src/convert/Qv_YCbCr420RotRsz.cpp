@@ -1,13 +1,155 @@
-// Placeholder: these routes write nothing until the family is converted.
+// Planar 4:2:0 to planar 4:2:0 rotated, scaled, or both; plain or through the adjustment curves.
+// Each routine is one loop shape instantiated with an output mapping: straight (identity) or
+// through the context's luma and chroma curves, applied to every sample on the way out.
+#include <cstdint>
+
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
+namespace {
 
-int32_t _QVYCbCr420Rot(const QvRotationParams*, SrcPlanes, Strides, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420Rsz(SrcPlanes, Strides, int32_t, int32_t, DstPlanes, Strides, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420RszRot(const QvRotationParams*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420RotAdjust(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420RszAdjust(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, DstPlanes, Strides, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420RszRotAdjust(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t) { return kOk; }
+// ---- output mappings ----------------------------------------------------------------------
+struct Straight {
+    uint8_t Luma(uint8_t v) const { return v; }
+    uint8_t Chroma(uint8_t v) const { return v; }
+};
+
+// The one chroma curve serves Cb and Cr alike; it is applied after interpolation.
+struct ThroughCurves {
+    const uint8_t* luma;
+    const uint8_t* chroma;
+    uint8_t Luma(uint8_t v) const { return luma[v]; }
+    uint8_t Chroma(uint8_t v) const { return chroma[v]; }
+};
+
+// ---- rotation: every source sample scattered to start + x * stepX + y * stepY --------------
+template <class Map>
+void ScatterPlane(const uint8_t* src, int32_t srcStride, int32_t width, int32_t rows, uint8_t* start,
+                  int32_t stepX, int32_t stepY, Map map) {
+    for (int32_t y = 0; y < rows; ++y) {
+        const uint8_t* s = Row(src, y, srcStride);
+        uint8_t* d = Row(start, y, stepY);
+        for (int32_t x = 0; x < width; ++x) *Row(d, x, stepX) = map(s[x]);
+    }
+}
+
+template <class Out>
+int32_t Rotate(const QvRotationParams& p, SrcPlanes sp, Strides ss, int32_t W, int32_t H, Out out) {
+    auto luma = [&](uint8_t v) { return out.Luma(v); };
+    auto chroma = [&](uint8_t v) { return out.Chroma(v); };
+    ScatterPlane(sp[0], ss[0], W, H, p.startY, p.stepX, p.stepY, luma);
+    if (H < 2) return kOk;
+    // W < 2 leaves no chroma column; the rows are still walked.
+    ScatterPlane(sp[1], ss[1], W >> 1, H >> 1, p.startCb, p.stepXCb, p.stepYCb, chroma);
+    ScatterPlane(sp[2], ss[2], W >> 1, H >> 1, p.startCr, p.stepXCr, p.stepYCr, chroma);
+    return kOk;
+}
+
+// ---- scaling: sinks for the scaled 2x2-block walk ------------------------------------------
+// Straight rows of the destination planes; the two luma samples of a row go out as one
+// little-endian 16-bit word, the first in the low byte.
+template <class Out>
+struct PlaneSink {
+    uint8_t* const* dp;
+    const int32_t* ds;
+    Out out;
+    uint8_t *y0 = nullptr, *y1 = nullptr, *cb = nullptr, *cr = nullptr;
+
+    void BeginRowPair(int32_t k) {
+        y0 = Row(dp[0], 2 * k, ds[0]);
+        y1 = y0 + ds[0];
+        cb = Row(dp[1], k, ds[1]);
+        cr = Row(dp[2], k, ds[2]);
+    }
+    void Put(int32_t j, const Block& b) {
+        Store16(y0 + 2 * j, out.Luma(b.y00) | out.Luma(b.y01) << 8);
+        Store16(y1 + 2 * j, out.Luma(b.y10) | out.Luma(b.y11) << 8);
+        cb[j] = out.Chroma(b.cb);
+        cr[j] = out.Chroma(b.cr);
+    }
+};
+
+// Through the planar parameter record: the scaled image is what the rotation moves.
+template <class Out>
+struct RotatedSink {
+    const QvRotationParams& p;
+    Out out;
+    uint8_t *y0 = nullptr, *y1 = nullptr, *cb = nullptr, *cr = nullptr;
+
+    void BeginRowPair(int32_t k) {
+        y0 = Row(p.startY, 2 * k, p.stepY);
+        y1 = y0 + p.stepY;
+        cb = Row(p.startCb, k, p.stepYCb);
+        cr = Row(p.startCr, k, p.stepYCr);
+    }
+    void Put(int32_t j, const Block& b) {
+        uint8_t* a = Row(y0, 2 * j, p.stepX);
+        uint8_t* c = Row(y1, 2 * j, p.stepX);
+        a[0] = out.Luma(b.y00);
+        a[p.stepX] = out.Luma(b.y01);
+        c[0] = out.Luma(b.y10);
+        c[p.stepX] = out.Luma(b.y11);
+        *Row(cb, j, p.stepXCb) = out.Chroma(b.cb);
+        *Row(cr, j, p.stepXCr) = out.Chroma(b.cr);
+    }
+};
+
+template <class Out>
+int32_t Scale(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds, int32_t DW, int32_t DH,
+              Out out) {
+    PlaneSink<Out> sink{dp, ds, out};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+template <class Out>
+int32_t ScaleRotate(const QvRotationParams& p, SrcPlanes sp, Strides ss, int32_t W, int32_t H, int32_t DW,
+                    int32_t DH, Out out) {
+    RotatedSink<Out> sink{p, out};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+// The adjusting routines find the parameter record and the curves through the context.
+bool HasCurves(const QvImgPrcContext* ctx) {
+    return ctx != nullptr && ctx->lumaCurve != nullptr && ctx->chromaCurve != nullptr;
+}
+ThroughCurves CurvesOf(const QvImgPrcContext* ctx) { return {ctx->lumaCurve, ctx->chromaCurve}; }
+
+}  // namespace
+
+int32_t _QVYCbCr420Rot(const QvRotationParams* prm, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
+    if (prm == nullptr) return kInvalidArg;
+    return Rotate(*prm, sp, ss, W, H, Straight{});
+}
+
+int32_t _QVYCbCr420Rsz(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds, int32_t DW,
+                       int32_t DH) {
+    return Scale(sp, ss, W, H, dp, ds, DW, DH, Straight{});
+}
+
+int32_t _QVYCbCr420RszRot(const QvRotationParams* prm, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                          int32_t DW, int32_t DH) {
+    if (prm == nullptr) return kInvalidArg;
+    return ScaleRotate(*prm, sp, ss, W, H, DW, DH, Straight{});
+}
+
+int32_t _QVYCbCr420RotAdjust(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
+    if (!HasCurves(ctx) || ctx->params == nullptr) return kInvalidArg;
+    return Rotate(*ctx->params, sp, ss, W, H, CurvesOf(ctx));
+}
+
+int32_t _QVYCbCr420RszAdjust(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                             DstPlanes dp, Strides ds, int32_t DW, int32_t DH) {
+    if (!HasCurves(ctx)) return kInvalidArg;
+    return Scale(sp, ss, W, H, dp, ds, DW, DH, CurvesOf(ctx));
+}
+
+int32_t _QVYCbCr420RszRotAdjust(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                                int32_t DW, int32_t DH) {
+    if (!HasCurves(ctx) || ctx->params == nullptr) return kInvalidArg;
+    return ScaleRotate(*ctx->params, sp, ss, W, H, DW, DH, CurvesOf(ctx));
+}
 
 }  // namespace qv

@@ -1,9 +1,56 @@
-// Placeholder: these routes write nothing until the family is converted.
+// Planar 4:2:2 to RGB565, at the same size and scaled. Chroma is half width, full height.
+#include <cstdint>
+
+#include "convert/resample.h"
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
+namespace {
 
-int32_t _QVYCbCr422ToRGB565(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t) { return kOk; }
-int32_t _QVYCbCr422ToRGB565Rsz(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t) { return kOk; }
+inline uint32_t RGB565Of(const QvImgPrcContext* ctx, uint8_t y, const ChromaTerms& t) {
+    return PixelRGB565(ctx->yTable[y], t);
+}
+
+// Chroma of the scaler: interpolated between its two rows only, never across columns.
+inline uint8_t ChromaVertical(const uint8_t* r0, const uint8_t* r1, int32_t c, int32_t wy) {
+    return static_cast<uint8_t>(((r1[c] - r0[c]) * wy + (r0[c] << 5)) >> 5);
+}
+
+}  // namespace
+
+int32_t _QVYCbCr422ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                            uint8_t* d0, int32_t s0) {
+    // Destination rows advance by whole pixels: the byte stride rounded down to an even number.
+    const int32_t rowBytes = s0 & ~1;
+    for (int32_t r = 0; r < H; ++r) {
+        const uint8_t* y = Row(sp[0], r, ss[0]);
+        const uint8_t* cb = Row(sp[1], r, ss[1]);
+        const uint8_t* cr = Row(sp[2], r, ss[2]);
+        uint8_t* d = Row(d0, r, rowBytes);
+        // Whole pixel pairs only; the library's widths are multiples of 4.
+        for (int32_t x = 0; x + 1 < W; x += 2) {
+            const ChromaTerms t = ChromaTermsOf(ctx, cb[x >> 1], cr[x >> 1]);
+            Store16(d + 2 * x, RGB565Of(ctx, y[x], t));
+            Store16(d + 2 * x + 2, RGB565Of(ctx, y[x + 1], t));
+        }
+    }
+    return kOk;
+}
+
+int32_t _QVYCbCr422ToRGB565Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                               uint8_t* d0, int32_t s0, int32_t DW, int32_t DH) {
+    const int32_t rowBytes = s0 & ~1;
+    // Luma is bilinear; each pixel takes the chroma column under its own position (x >> 1), so
+    // two neighbours over one chroma column share it even when their luma differs.
+    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
+        const int32_t c = tx.i0 >> 1;
+        const uint8_t cb = ChromaVertical(Row(sp[1], ty.i0, ss[1]), Row(sp[1], ty.i1, ss[1]), c, ty.w);
+        const uint8_t cr = ChromaVertical(Row(sp[2], ty.i0, ss[2]), Row(sp[2], ty.i1, ss[2]), c, ty.w);
+        const uint8_t y = Bilinear(sp[0], ss[0], tx, ty);
+        Store16(Row(d0, j, rowBytes) + 2 * i, RGB565Of(ctx, y, ChromaTermsOf(ctx, cb, cr)));
+    });
+    return kOk;
+}
 
 }  // namespace qv

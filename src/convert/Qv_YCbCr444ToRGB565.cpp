@@ -1,10 +1,59 @@
-// Placeholder: these routes write nothing until the family is converted.
+// Planar 4:4:4 to RGB565, RGB888 and ARGB32, always resampled and placed through the scale and
+// rotation parameters. Y, Cb and Cr are each interpolated before conversion, not the RGB.
+#include <cstdint>
+
+#include "convert/resample.h"
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
+namespace {
 
-int32_t _QVYCbCr444ToRGB565RszRot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr444ToRGB888RszRot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr444ToARGB32RszRot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t, uint8_t) { return kOk; }
+// Pixel writers: the destination unit (as a shift of the two-pixel step and its byte size) and
+// how one converted pixel is packed and stored.
+struct WriteRGB565 {
+    static constexpr int kShift = 2, kUnitBytes = 2;
+    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { Store16(p, PixelRGB565(y, t)); }
+};
+struct WriteRGB888 {
+    static constexpr int kShift = 1, kUnitBytes = 1;
+    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { StoreRGB888(p, PixelRGB8(y, t)); }
+};
+struct WriteARGB32 {
+    static constexpr int kShift = 3, kUnitBytes = 4;
+    uint8_t alpha;
+    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { Store32(p, PixelARGB32(y, t, alpha)); }
+};
+
+template <class Writer>
+int32_t Resample444(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H, int32_t DW,
+                    int32_t DH, Writer write) {
+    if (ctx->params == nullptr) return kInvalidArg;
+    const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*ctx->params);
+    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
+        const uint8_t y = Bilinear(sp[0], ss[0], tx, ty);
+        const uint8_t cb = Bilinear(sp[1], ss[1], tx, ty);
+        const uint8_t cr = Bilinear(sp[2], ss[2], tx, ty);
+        write(dst.At(i, j), ctx->yTable[y], ChromaTermsOf(ctx, cb, cr));
+    });
+    return kOk;
+}
+
+}  // namespace
+
+int32_t _QVYCbCr444ToRGB565RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                                  int32_t DW, int32_t DH) {
+    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteRGB565{});
+}
+
+int32_t _QVYCbCr444ToRGB888RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                                  int32_t DW, int32_t DH) {
+    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteRGB888{});
+}
+
+int32_t _QVYCbCr444ToARGB32RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
+                                  int32_t DW, int32_t DH, uint8_t alpha) {
+    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteARGB32{alpha});
+}
 
 }  // namespace qv

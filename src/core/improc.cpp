@@ -114,6 +114,9 @@ int32_t QV_ImgPrcInit(void** handleSlot, const QvCreateParams* createParams, Siz
         Release(ctx);
         return kOutOfMemory;
     }
+    // The work planes start out defined: a mode that leaves a plane unwritten hands the
+    // converter zeros, not whatever the allocator returned.
+    std::memset(ctx->planeBlock, 0, static_cast<size_t>(blockBytes));
     ctx->plane[0] = AlignUp(ctx->planeBlock, 16);
     for (int i = 1; i < 4; ++i) ctx->plane[i] = ctx->plane[0] + i * planeBytes;
     ctx->planeHeight = static_cast<uint32_t>(src.height);

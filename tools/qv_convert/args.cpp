@@ -26,7 +26,12 @@ std::string Lower(std::string_view s) {
     return out;
 }
 
-std::string Quoted(std::string_view s) { return "'" + std::string(s) + "'"; }
+std::string Quoted(std::string_view s) {
+    std::string quoted(1, '\'');
+    quoted.append(s);
+    quoted.push_back('\'');
+    return quoted;
+}
 
 std::string SetFormat(std::string_view value, std::string& slot, const char* what) {
     if (FindFormat(value) == nullptr)

@@ -249,6 +249,10 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
         std::snprintf(key, sizeof key, ", key 0x%06X", *o.colourKey);
         settings += key;
     }
+    if ((dst.code == QV_FORMAT_YUY2 || dst.code == QV_FORMAT_UYVY) && W % 8 != 0)
+        report.notes.push_back(route + " writes whole groups of 8 pixels: the last " + std::to_string(W % 8) +
+                               " columns of each row stay black");
+    if (!printed.empty()) report.notes.push_back("the library printed: " + printed);
     report.summary = SizeText(W, H) + " " + src.name + " -> " + SizeText(outW, outH) + " " + dst.name + settings;
 
     // ---- frames ----------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "args.h"
 #include "library.h"
@@ -15,6 +16,7 @@ struct ConvertReport {
     std::string summary;         // "640x480 i420 -> 320x240 rgb565, rotate 90"
     bool outputBlank = false;    // every output picture was still the untouched black fill
     std::string libraryPrinted;  // what the library printed while creating the context
+    std::vector<std::string> notes;  // things about the output a user should know
 };
 
 enum class ExitCode { kOk = 0, kFailed = 1, kUsage = 2 };

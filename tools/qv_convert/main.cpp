@@ -63,6 +63,7 @@ int main(int argc, char** argv) {
         return static_cast<int>(result.code);
     }
     if (!options.quiet) {
+        for (const std::string& note : report.notes) std::fprintf(stderr, "qv-convert: note: %s\n", note.c_str());
         const double rate = report.seconds > 0 ? static_cast<double>(report.frames) / report.seconds : 0.0;
         std::fprintf(stderr, "qv-convert: %lld frame%s (%s) in %.3f s, %.1f frames/s\n",
                      static_cast<long long>(report.frames), report.frames == 1 ? "" : "s", report.summary.c_str(),

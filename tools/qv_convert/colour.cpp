@@ -1,5 +1,7 @@
 #include "colour.h"
 
+#include <algorithm>
+
 #include "qv_imageproc.h"
 
 namespace qvc {
@@ -95,22 +97,44 @@ void EncodeImage(const RgbaImage& image, Frame& frame) {
             }
             break;
         case Family::kPlanarYuv:
-        case Family::kSemiPlanarYuv:
-            for (int32_t y = 0; y < h; ++y)
-                for (int32_t x = 0; x < w; ++x) frame.row(0, y)[x] = YuvFromRgb(image.at(x, y)).y;
-            for (int32_t cy = 0; cy < (h >> f.chromaShiftY); ++cy)
-                for (int32_t cx = 0; cx < (w >> f.chromaShiftX); ++cx) {
-                    const Yuv c = BlockChroma(image, cx << f.chromaShiftX, cy << f.chromaShiftY, f.chromaShiftX,
-                                              f.chromaShiftY);
+        case Family::kSemiPlanarYuv: {
+            // One conversion a pixel: luma is stored, chroma summed per shared sample and averaged.
+            const int32_t cw = w >> f.chromaShiftX, ch = h >> f.chromaShiftY;
+            std::vector<int> cbSum(static_cast<size_t>(cw) * ch), crSum(cbSum.size()), count(cbSum.size());
+            const int sx = f.chromaShiftX;
+            for (int32_t y = 0; y < h; ++y) {
+                // Pointers are taken out of the loop: byte stores could otherwise alias the frame.
+                uint8_t* luma = frame.row(0, y);
+                const Rgba* pixels = &image.at(0, y);
+                const int32_t cy = std::min(y >> f.chromaShiftY, ch - 1);  // odd sizes fold into the last sample
+                int* cbRow = &cbSum[static_cast<size_t>(cy) * cw];
+                int* crRow = &crSum[static_cast<size_t>(cy) * cw];
+                int* countRow = &count[static_cast<size_t>(cy) * cw];
+                for (int32_t x = 0; x < w; ++x) {
+                    const Yuv v = YuvFromRgb(pixels[x]);
+                    luma[x] = v.y;
+                    const int32_t cx = std::min(x >> sx, cw - 1);
+                    cbRow[cx] += v.cb;
+                    crRow[cx] += v.cr;
+                    ++countRow[cx];
+                }
+            }
+            for (int32_t cy = 0; cy < ch; ++cy)
+                for (int32_t cx = 0; cx < cw; ++cx) {
+                    const size_t i = static_cast<size_t>(cy) * cw + cx;
+                    const int n = count[i];
+                    const auto cb = static_cast<uint8_t>((cbSum[i] + n / 2) / n);
+                    const auto cr = static_cast<uint8_t>((crSum[i] + n / 2) / n);
                     if (f.family == Family::kSemiPlanarYuv) {
-                        frame.row(1, cy)[2 * cx] = c.cb;
-                        frame.row(1, cy)[2 * cx + 1] = c.cr;
+                        frame.row(1, cy)[2 * cx] = cb;
+                        frame.row(1, cy)[2 * cx + 1] = cr;
                     } else {
-                        frame.row(1, cy)[cx] = c.cb;
-                        frame.row(2, cy)[cx] = c.cr;
+                        frame.row(1, cy)[cx] = cb;
+                        frame.row(2, cy)[cx] = cr;
                     }
                 }
             break;
+        }
         case Family::kPackedYuv: {
             // Byte offsets of Y0, Cb, Y1, Cr within a pixel pair.
             const bool yuy2 = f.code == QV_FORMAT_YUY2;

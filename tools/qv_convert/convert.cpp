@@ -285,7 +285,9 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
         bool got = false;
         if (std::string error = source->Read(in, &got); !error.empty()) return Failure(error);
         if (!got) break;
+        const Clock::time_point before = Clock::now();
         const QvResult r = context.Process(in, out, o.deinterlace);
+        report.librarySeconds += std::chrono::duration<double>(Clock::now() - before).count();
         if (r != QV_S_OK)
             return Failure("frame " + std::to_string(report.frames + 1) + " of " + route + settings +
                            ": ProcessFrame returned " + ResultName(r));

@@ -12,7 +12,8 @@ namespace qvc {
 
 struct ConvertReport {
     int64_t frames = 0;
-    double seconds = 0;
+    double seconds = 0;          // the whole run: reading, converting, writing
+    double librarySeconds = 0;   // inside ProcessFrame
     std::string summary;         // "640x480 i420 -> 320x240 rgb565, rotate 90"
     bool outputBlank = false;    // every output picture was still the untouched black fill
     std::string libraryPrinted;  // what the library printed while creating the context

@@ -98,6 +98,13 @@ std::string OutputFile::Open(const std::string& path) {
     }
     struct stat st;
     if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return "cannot write " + path + ": it is a directory";
+    if (stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+        // A device or a pipe (/dev/null, a FIFO) is written in place: renaming over it would replace it.
+        file_ = std::fopen(path.c_str(), "wb");
+        if (file_ == nullptr) return "cannot write " + path + ": " + Reason();
+        direct_ = true;
+        return {};
+    }
     const size_t slash = path.rfind('/');
     const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
     const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -139,6 +146,12 @@ std::string OutputFile::Commit() {
         file_ = nullptr;
         return ok ? std::string() : WriteError();
     }
+    if (direct_) {
+        const bool ok = std::fflush(file_) == 0 && std::ferror(file_) == 0;
+        const bool closed = std::fclose(file_) == 0;
+        file_ = nullptr;
+        return ok && closed ? std::string() : WriteError();
+    }
     const bool flushed = std::fflush(file_) == 0 && std::ferror(file_) == 0;
     const bool closed = std::fclose(file_) == 0;
     file_ = nullptr;
@@ -158,6 +171,11 @@ std::string OutputFile::Commit() {
 }
 
 void OutputFile::Abort() {
+    if (direct_) {
+        if (file_ != nullptr) std::fclose(file_);
+        file_ = nullptr;
+        return;
+    }
     if (toStdout_) {
         if (file_ != nullptr) std::fflush(file_);
         file_ = nullptr;

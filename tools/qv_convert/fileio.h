@@ -41,7 +41,8 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile() { Abort(); }
 
-    // Opens a temporary file beside `path` ("-" writes to standard output, see UseStdoutForData).
+    // Opens a temporary file beside `path` ("-" writes to standard output, see UseStdoutForData;
+    // devices and pipes are written directly).
     std::string Open(const std::string& path);
     FILE* stream() { return file_; }
     // Flushes, closes and renames the temporary file to the final name.
@@ -55,6 +56,7 @@ public:
 private:
     FILE* file_ = nullptr;
     bool toStdout_ = false;
+    bool direct_ = false;  // a device or pipe, written without a temporary file
     std::string path_;
     std::string tempPath_;
 };

@@ -64,10 +64,10 @@ int main(int argc, char** argv) {
     }
     if (!options.quiet) {
         for (const std::string& note : report.notes) std::fprintf(stderr, "qv-convert: note: %s\n", note.c_str());
-        const double rate = report.seconds > 0 ? static_cast<double>(report.frames) / report.seconds : 0.0;
-        std::fprintf(stderr, "qv-convert: %lld frame%s (%s) in %.3f s, %.1f frames/s\n",
+        auto rate = [&](double seconds) { return seconds > 0 ? static_cast<double>(report.frames) / seconds : 0.0; };
+        std::fprintf(stderr, "qv-convert: %lld frame%s (%s) in %.3f s, %.1f frames/s; the library took %.3f s, %.1f frames/s\n",
                      static_cast<long long>(report.frames), report.frames == 1 ? "" : "s", report.summary.c_str(),
-                     report.seconds, rate);
+                     report.seconds, rate(report.seconds), report.librarySeconds, rate(report.librarySeconds));
     }
     return 0;
 }

@@ -237,13 +237,16 @@ public:
     std::string Read(Frame& frame, bool* got) override {
         *got = index_ < frameCount;
         if (!*got) return {};
-        DrawPattern(image_, width, height, index_, interlaced_);
+        if (background_.width == 0) DrawPatternBackground(background_, width, height);
+        image_ = background_;
+        DrawPatternMotion(image_, index_, interlaced_);
         EncodeImage(image_, frame);
         ++index_;
         return {};
     }
 
 private:
+    RgbaImage background_;
     RgbaImage image_;
     bool interlaced_ = false;
     int64_t index_ = 0;

@@ -80,7 +80,7 @@ void DrawText(RgbaImage& image, int32_t x, int32_t y, const std::string& text, i
     }
 }
 
-void DrawPattern(RgbaImage& image, int32_t w, int32_t h, int64_t frameIndex, bool interlaced) {
+void DrawPatternBackground(RgbaImage& image, int32_t w, int32_t h) {
     image.resize(w, h);
     static const Rgba kBars[8] = {{255, 255, 255, 255}, {255, 255, 0, 255}, {0, 255, 255, 255}, {0, 255, 0, 255},
                                   {255, 0, 255, 255},   {255, 0, 0, 255},   {0, 0, 255, 255},   {0, 0, 0, 255}};
@@ -108,6 +108,18 @@ void DrawPattern(RgbaImage& image, int32_t w, int32_t h, int64_t frameIndex, boo
             image.at(x, y) = c;
         }
 
+    // The label reads left to right from the top-left corner, so every turn and mirror shows.
+    const int scale = std::max(1, h / 120);
+    const std::string label = "QV-IMAGEPROC";
+    FillRect(image, 0, 0, (static_cast<int32_t>(label.size()) * 6 + 2) * scale, 10 * scale, {0, 0, 0, 255});
+    DrawText(image, 2 * scale, 2 * scale, label, scale, {255, 255, 255, 255});
+    FillRect(image, 0, 10 * scale, 3 * scale, 20 * scale, {255, 0, 0, 255});  // a red tick below the corner
+}
+
+void DrawPatternMotion(RgbaImage& image, int64_t frameIndex, bool interlaced) {
+    const int32_t w = image.width, h = image.height;
+    const int32_t hueEnd = h * 7 / 12;
+
     // The moving ball: it crosses the right three quarters of the lower band; with an interlaced
     // picture the odd lines show it half a frame later.
     const int32_t zoneTop = hueEnd, zoneH = h - hueEnd, zoneLeft = w / 4;
@@ -126,17 +138,16 @@ void DrawPattern(RgbaImage& image, int32_t w, int32_t h, int64_t frameIndex, boo
         }
     }
 
-    // The label reads left to right from the top-left corner, so every turn and mirror shows.
     const int scale = std::max(1, h / 120);
-    const std::string label = "QV-IMAGEPROC";
-    FillRect(image, 0, 0, (static_cast<int32_t>(label.size()) * 6 + 2) * scale, 10 * scale, {0, 0, 0, 255});
-    DrawText(image, 2 * scale, 2 * scale, label, scale, {255, 255, 255, 255});
-    FillRect(image, 0, 10 * scale, 3 * scale, 20 * scale, {255, 0, 0, 255});  // a red tick below the corner
-
     char counter[32];
     std::snprintf(counter, sizeof counter, "#%04lld", static_cast<long long>(frameIndex));
     const int32_t textW = 5 * 6 * scale;
     DrawText(image, w - textW - 2 * scale, h - 9 * scale, counter, scale, {255, 255, 255, 255});
+}
+
+void DrawPattern(RgbaImage& image, int32_t width, int32_t height, int64_t frameIndex, bool interlaced) {
+    DrawPatternBackground(image, width, height);
+    DrawPatternMotion(image, frameIndex, interlaced);
 }
 
 }  // namespace qvc

@@ -11,6 +11,9 @@
 namespace qvc {
 
 void DrawPattern(RgbaImage& image, int32_t width, int32_t height, int64_t frameIndex, bool interlaced);
+// The same in two steps, for drawing many frames: what never moves, then onto a copy of it what does.
+void DrawPatternBackground(RgbaImage& image, int32_t width, int32_t height);
+void DrawPatternMotion(RgbaImage& image, int64_t frameIndex, bool interlaced);
 
 // Draws text in a 5 x 7 pixel font, each font pixel `scale` pixels square, clipped to the picture.
 // Letters, digits and " #-.:/" are known; anything else draws as a blank.

@@ -2,7 +2,10 @@
 // Routes whose converter still writes nothing are skipped where the check needs their output.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstdio>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -413,6 +416,26 @@ TEST(Help, ListsOptionsAndExitsZero) {
     const auto version = RunTool({"--version"});
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_EQ(version.out.rfind("qv-convert ", 0), 0u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Output, APipeIsWrittenInPlaceNotReplaced) {
+    TempDir dir;
+    const std::string fifo = dir.file("pipe");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = ReadFile(fifo); });
+    const auto run = RunTool({"--size", "16x8", "--to", "nv12", fifo});
+    reader.join();
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(received.size(), 16u * 8 * 3 / 2);
+    struct stat st;
+    ASSERT_EQ(stat(fifo.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISFIFO(st.st_mode));
+    EXPECT_EQ(dir.entries(), std::vector<std::string>{"pipe"});
 }
 
 }  // namespace

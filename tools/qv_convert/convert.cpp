@@ -253,6 +253,9 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
         report.notes.push_back(route + " writes whole groups of 8 pixels: the last " + std::to_string(W % 8) +
                                " columns of each row stay black");
     if (!printed.empty()) report.notes.push_back("the library printed: " + printed);
+    if (o.deinterlace == 0 && (source->stream.interlace == 't' || source->stream.interlace == 'b') &&
+        src.family == Family::kPlanarYuv)
+        report.notes.push_back("the input is interlaced; --deinterlace MODE makes it progressive");
     report.summary = SizeText(W, H) + " " + src.name + " -> " + SizeText(outW, outH) + " " + dst.name + settings;
 
     // ---- frames ----------------------------------------------------------------------------------
@@ -277,7 +280,7 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
         if (std::fputs(FormatY4mHeader(header).c_str(), file.stream()) == EOF) return Failure(file.WriteError());
     }
 
-    ProgressBar progress(showProgress && isatty(STDERR_FILENO) != 0, source->frameCount);
+    ProgressBar progress(showProgress && isatty(STDERR_FILENO) != 0 && source->frameCount != 1, source->frameCount);
     const Clock::time_point start = Clock::now();
     bool allBlank = true;
     RgbaImage picture;

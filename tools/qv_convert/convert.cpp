@@ -123,71 +123,73 @@ private:
     Clock::time_point last_;
 };
 
-}  // namespace
+// Everything decided before the first frame.
+struct Plan {
+    std::string container;        // raw, y4m or png
+    bool pngSequence = false;     // one PNG a frame, the output name holding %d
+    const FormatInfo* src = nullptr;
+    const FormatInfo* dst = nullptr;
+    int32_t W = 0, H = 0;         // source
+    int32_t DW = 0, DH = 0;       // destination before rotation, as the library takes it
+    int32_t outW = 0, outH = 0;   // the written picture
+    std::string route;            // "i420 -> rgb565"
+    std::string settings;         // ", scale bilinear, rotate 90"
+};
 
-ConvertResult Convert(const Options& o, const Library& library, bool showProgress, ConvertReport& report) {
-    report = ConvertReport{};
-    if (o.output.empty()) return Usage("no output given (qv-convert [options] [INPUT] OUTPUT; see --help)");
-
-    // ---- the output file's kind --------------------------------------------------------------
-    std::string container = o.container;
-    if (container.empty()) {
+// The output's kind, and how many frames it can hold.
+ConvertResult PlanOutput(const Options& o, Plan& plan, int64_t& frameLimit) {
+    plan.container = o.container;
+    if (plan.container.empty()) {
         const std::string ext = Extension(o.output);
-        container = ext == "y4m" || ext == "png" ? ext : "raw";
+        plan.container = ext == "y4m" || ext == "png" ? ext : "raw";
     }
-    size_t fieldAt = 0, fieldLength = 0;
-    int fieldWidth = 0;
-    const bool pngSequence = container == "png" && FrameNumberField(o.output, &fieldAt, &fieldLength, &fieldWidth);
-    int64_t frameLimit = o.frames;
-    if (container == "png" && !pngSequence) {
+    size_t at = 0, length = 0;
+    int width = 0;
+    plan.pngSequence = plan.container == "png" && FrameNumberField(o.output, &at, &length, &width);
+    frameLimit = o.frames;
+    if (plan.container == "png" && !plan.pngSequence) {
         if (o.frames > 1)
             return Usage(o.output + " holds one picture; name the output like out-%03d.png for " +
                          std::to_string(o.frames) + " frames");
         frameLimit = 1;
     }
+    return {};
+}
 
-    // ---- the input -----------------------------------------------------------------------------
-    SourceRequest request;
-    request.input = o.input.empty() ? "pattern" : o.input;
-    request.format = o.from.empty() ? nullptr : FindFormat(o.from);
-    request.width = o.size.width;
-    request.height = o.size.height;
-    request.frames = frameLimit;
-    std::unique_ptr<FrameSource> source;
-    if (std::string error = OpenSource(request, source); !error.empty()) return Failure(error);
-    if (std::string error = CheckSize(source->description, source->width, source->height); !error.empty())
+// Formats, sizes and the checks for what the library would refuse or silently ignore.
+ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
+    if (std::string error = CheckSize(source.description, source.width, source.height); !error.empty())
         return Failure(error);
-
-    // ---- formats -------------------------------------------------------------------------------
     const FormatInfo* destination = o.to.empty() ? nullptr : FindFormat(o.to);
-    if (destination == nullptr && container == "raw") destination = FindFormat(Extension(o.output));
-    if (source->format == nullptr) source->format = PngFeedFormat(destination, container);
-    const FormatInfo& src = *source->format;
-    if (destination == nullptr) destination = DefaultDestination(src, container);
+    if (destination == nullptr && plan.container == "raw") destination = FindFormat(Extension(o.output));
+    if (source.format == nullptr) source.format = PngFeedFormat(destination, plan.container);
+    if (destination == nullptr) destination = DefaultDestination(*source.format, plan.container);
+    const FormatInfo& src = *source.format;
     const FormatInfo& dst = *destination;
+    plan.src = &src;
+    plan.dst = &dst;
+    plan.route = std::string(src.name) + " -> " + dst.name;
     if (src.code == QV_FORMAT_RGB555) return Usage("rgb555 is an output format only; it cannot be a source");
-    if (container == "y4m" && Y4mChromaTag(dst) == nullptr)
+    if (plan.container == "y4m" && Y4mChromaTag(dst) == nullptr)
         return Usage("Y4M files hold YCbCr pictures (i420, nv12, yuy2, uyvy); write " + std::string(dst.name) +
                      " as a raw file or a PNG");
 
-    // ---- what the library will be asked -----------------------------------------------------
-    const int32_t W = source->width, H = source->height;
-    const OperationInfo op = OperationOf(src.code, dst.code);
-    const std::string route = std::string(src.name) + " -> " + dst.name;
-    int32_t DW = W, DH = H;
+    plan.W = plan.DW = source.width;
+    plan.H = plan.DH = source.height;
     if (!o.scale.empty()) {
         if (std::string error = CheckSize("the --scale size", o.scale.width, o.scale.height); !error.empty())
             return Usage(error);
-        DW = o.scale.width;
-        DH = o.scale.height;
+        plan.DW = o.scale.width;
+        plan.DH = o.scale.height;
     }
-    const bool scaling = DW != W || DH != H;
+    const bool scaling = plan.DW != plan.W || plan.DH != plan.H;
+    const OperationInfo op = OperationOf(src.code, dst.code);
     if (op.exists && !op.refusesRotateScale) {
         if (o.rotation != QV_ROTATE_NONE && !op.rotates)
-            return Failure(route + " cannot rotate: the library ignores the rotation for this conversion");
+            return Failure(plan.route + " cannot rotate: the library ignores the rotation for this conversion");
         if (scaling && !op.scales)
-            return Failure(route + " cannot scale: the library writes the source size (" + SizeText(W, H) +
-                           ") for this conversion");
+            return Failure(plan.route + " cannot scale: the library writes the source size (" +
+                           SizeText(plan.W, plan.H) + ") for this conversion");
     }
     if (o.deinterlace != 0) {
         if (src.family != Family::kPlanarYuv)
@@ -201,128 +203,165 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
     if (o.colourKey && dst.code != QV_FORMAT_RGB555)
         return Usage("--colour-key applies to rgb555 output only, not " + std::string(dst.name));
 
+    if (scaling) plan.settings += std::string(", scale ") + InterpolationName(o.interpolation);
+    if (o.rotation != QV_ROTATE_NONE) plan.settings += std::string(", rotate ") + RotationName(o.rotation);
+    if (o.deinterlace != 0) plan.settings += std::string(", deinterlace ") + DeinterlaceName(o.deinterlace);
+    // The destination size is the picture before rotation: a quarter turn writes DH columns, DW rows.
+    const bool quarterTurn = o.rotation == QV_ROTATE_90_CW || o.rotation == QV_ROTATE_90_CCW;
+    plan.outW = quarterTurn ? plan.DH : plan.DW;
+    plan.outH = quarterTurn ? plan.DW : plan.DH;
+    return {};
+}
+
+// Create, then the properties: colour adjustment (Set, and Get to learn whether the route uses it)
+// and the colour key.
+ConvertResult SetUpContext(const Options& o, Plan& plan, Context& context, ConvertReport& report) {
     QvCreateParams params = {};
     params.structSize = sizeof params;
-    params.operation = QV_OPERATION(src.code, dst.code);
+    params.operation = QV_OPERATION(plan.src->code, plan.dst->code);
     params.rotation = o.rotation;
     params.interpolation = o.interpolation;
-    params.srcWidth = W;
-    params.srcHeight = H;
-    params.dstWidth = DW;
-    params.dstHeight = DH;
+    params.srcWidth = plan.W;
+    params.srcHeight = plan.H;
+    params.dstWidth = plan.DW;
+    params.dstHeight = plan.DH;
     params.alpha = o.alpha;
     // A key whose top byte is set never matches, so without --colour-key no pixel is keyed.
     params.colourValue = o.colourKey.value_or(0xFF000000u);
 
-    std::string settings;
-    if (scaling) settings += std::string(", scale ") + InterpolationName(o.interpolation);
-    if (o.rotation != QV_ROTATE_NONE) settings += std::string(", rotate ") + RotationName(o.rotation);
-    if (o.deinterlace != 0) settings += std::string(", deinterlace ") + DeinterlaceName(o.deinterlace);
-    const bool quarterTurn = o.rotation == QV_ROTATE_90_CW || o.rotation == QV_ROTATE_90_CCW;
-    const int32_t outW = quarterTurn ? DH : DW, outH = quarterTurn ? DW : DH;
-
-    Context context(library.functions());
-    std::string printed;
-    const QvResult created = context.Create(params, &printed);
-    report.libraryPrinted = printed;
+    const QvResult created = context.Create(params, &report.libraryPrinted);
     if (created != QV_S_OK) {
-        std::string message = "the library cannot do " + route + settings + ": Create returned " +
+        std::string message = "the library cannot do " + plan.route + plan.settings + ": Create returned " +
                               ResultName(created);
-        if (!printed.empty()) message += " (it printed \"" + printed + "\")";
-        if (!op.exists) message += "; " + std::string(src.name) + " converts to " + DestinationsOf(src);
+        if (!report.libraryPrinted.empty()) message += " (it printed \"" + report.libraryPrinted + "\")";
+        if (!OperationOf(plan.src->code, plan.dst->code).exists)
+            message += "; " + std::string(plan.src->name) + " converts to " + DestinationsOf(*plan.src);
         return Failure(message);
     }
+    if (!report.libraryPrinted.empty()) report.notes.push_back("the library printed: " + report.libraryPrinted);
     if (o.brightness || o.contrast || o.saturation) {
         const int32_t b = o.brightness.value_or(128), c = o.contrast.value_or(128), s = o.saturation.value_or(128);
         if (const QvResult r = context.SetColourAdjust(b, c, s); r != QV_S_OK)
             return Failure("setting the colour adjustment failed: Set returned " + ResultName(r));
         int32_t values[3] = {0, 0, 0};
         if (const QvResult r = context.GetColourAdjust(values); r != QV_S_OK)
-            return Failure("colour adjustment does not apply to " + route + ": Get returned " + ResultName(r));
-        settings += ", brightness " + std::to_string(b) + " contrast " + std::to_string(c) + " saturation " +
-                    std::to_string(s);
+            return Failure("colour adjustment does not apply to " + plan.route + ": Get returned " + ResultName(r));
+        plan.settings += ", brightness " + std::to_string(b) + " contrast " + std::to_string(c) + " saturation " +
+                         std::to_string(s);
     }
     if (o.colourKey) {
         if (const QvResult r = context.SetColourValue(*o.colourKey); r != QV_S_OK)
             return Failure("setting the colour key failed: Set returned " + ResultName(r));
         char key[32];
         std::snprintf(key, sizeof key, ", key 0x%06X", *o.colourKey);
-        settings += key;
+        plan.settings += key;
     }
-    if ((dst.code == QV_FORMAT_YUY2 || dst.code == QV_FORMAT_UYVY) && W % 8 != 0)
-        report.notes.push_back(route + " writes whole groups of 8 pixels: the last " + std::to_string(W % 8) +
-                               " columns of each row stay black");
-    if (!printed.empty()) report.notes.push_back("the library printed: " + printed);
-    if (o.deinterlace == 0 && (source->stream.interlace == 't' || source->stream.interlace == 'b') &&
-        src.family == Family::kPlanarYuv)
-        report.notes.push_back("the input is interlaced; --deinterlace MODE makes it progressive");
-    report.summary = SizeText(W, H) + " " + src.name + " -> " + SizeText(outW, outH) + " " + dst.name + settings;
+    return {};
+}
 
-    // ---- frames ----------------------------------------------------------------------------------
+std::string WriteY4mStreamHeader(const Options& o, const Plan& plan, const FrameSource& source, FILE* file) {
+    Y4mHeader header = source.stream;
+    header.width = plan.outW;
+    header.height = plan.outH;
+    header.format = plan.dst;
+    if (o.deinterlace != 0) header.interlace = 'p';
+    if (plan.outW != plan.DW) {  // a quarter turn turns the pixel aspect too
+        const size_t colon = header.aspect.find(':');
+        header.aspect = header.aspect.substr(colon + 1) + ":" + header.aspect.substr(0, colon);
+    }
+    return std::fputs(FormatY4mHeader(header).c_str(), file) == EOF ? "write failed" : "";
+}
+
+// The frame loop: read, convert, write, one frame at a time.
+ConvertResult RunFrames(const Options& o, const Plan& plan, FrameSource& source, Context& context,
+                        bool showProgress, ConvertReport& report) {
     Frame in, out;
-    AllocateFrame(in, src, W, H, Padding::kSource);
-    AllocateFrame(out, dst, outW, outH, Padding::kTight);
+    AllocateFrame(in, *plan.src, plan.W, plan.H, Padding::kSource);
+    AllocateFrame(out, *plan.dst, plan.outW, plan.outH, Padding::kTight);
 
     OutputFile file;
-    if (!pngSequence) {
+    if (!plan.pngSequence) {
         if (std::string error = file.Open(o.output); !error.empty()) return Failure(error);
     }
-    if (container == "y4m") {
-        Y4mHeader header = source->stream;
-        header.width = outW;
-        header.height = outH;
-        header.format = &dst;
-        if (o.deinterlace != 0) header.interlace = 'p';
-        if (quarterTurn) {
-            const size_t colon = header.aspect.find(':');
-            header.aspect = header.aspect.substr(colon + 1) + ":" + header.aspect.substr(0, colon);
-        }
-        if (std::fputs(FormatY4mHeader(header).c_str(), file.stream()) == EOF) return Failure(file.WriteError());
-    }
+    if (plan.container == "y4m" && !WriteY4mStreamHeader(o, plan, source, file.stream()).empty())
+        return Failure(file.WriteError());
 
-    ProgressBar progress(showProgress && isatty(STDERR_FILENO) != 0 && source->frameCount != 1, source->frameCount);
+    ProgressBar progress(showProgress && isatty(STDERR_FILENO) != 0 && source.frameCount != 1, source.frameCount);
     const Clock::time_point start = Clock::now();
     bool allBlank = true;
     RgbaImage picture;
     for (;;) {
         bool got = false;
-        if (std::string error = source->Read(in, &got); !error.empty()) return Failure(error);
+        if (std::string error = source.Read(in, &got); !error.empty()) return Failure(error);
         if (!got) break;
         const Clock::time_point before = Clock::now();
         const QvResult r = context.Process(in, out, o.deinterlace);
         report.librarySeconds += std::chrono::duration<double>(Clock::now() - before).count();
         if (r != QV_S_OK)
-            return Failure("frame " + std::to_string(report.frames + 1) + " of " + route + settings +
+            return Failure("frame " + std::to_string(report.frames + 1) + " of " + plan.route + plan.settings +
                            ": ProcessFrame returned " + ResultName(r));
         allBlank = allBlank && IsBlack(out);
         ++report.frames;
-        if (container == "png") {
+        if (plan.container == "png") {
             DecodeFrame(out, picture);
             OutputFile numbered;
-            OutputFile& target = pngSequence ? numbered : file;
-            if (pngSequence) {
+            if (plan.pngSequence) {
                 if (std::string error = numbered.Open(NumberedName(o.output, report.frames)); !error.empty())
                     return Failure(error);
             }
-            if (std::string error = WritePng(target.stream(), picture, ShowsAlpha(dst)); !error.empty())
+            OutputFile& target = plan.pngSequence ? numbered : file;
+            if (std::string error = WritePng(target.stream(), picture, ShowsAlpha(*plan.dst)); !error.empty())
                 return Failure(target.path() + ": " + error);
-            if (pngSequence) {
+            if (plan.pngSequence) {
                 if (std::string error = numbered.Commit(); !error.empty()) return Failure(error);
             }
         } else {
-            const bool written = container == "y4m" ? WriteY4mFrame(file.stream(), out) : WriteRawFrame(file.stream(), out);
+            const bool written = plan.container == "y4m" ? WriteY4mFrame(file.stream(), out)
+                                                         : WriteRawFrame(file.stream(), out);
             if (!written) return Failure(file.WriteError());
         }
         progress.Update(report.frames);
     }
     progress.Finish();
-    if (report.frames == 0) return Failure(source->description + " holds no frames");
-    if (!pngSequence) {
+    if (report.frames == 0) return Failure(source.description + " holds no frames");
+    if (!plan.pngSequence) {
         if (std::string error = file.Commit(); !error.empty()) return Failure(error);
     }
     report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     report.outputBlank = allBlank;
     return {};
+}
+
+}  // namespace
+
+ConvertResult Convert(const Options& o, const Library& library, bool showProgress, ConvertReport& report) {
+    report = ConvertReport{};
+    if (o.output.empty()) return Usage("no output given (qv-convert [options] [INPUT] OUTPUT; see --help)");
+    Plan plan;
+    int64_t frameLimit = -1;
+    if (ConvertResult r = PlanOutput(o, plan, frameLimit); r.code != ExitCode::kOk) return r;
+
+    SourceRequest request;
+    request.input = o.input.empty() ? "pattern" : o.input;
+    request.format = o.from.empty() ? nullptr : FindFormat(o.from);
+    request.width = o.size.width;
+    request.height = o.size.height;
+    request.frames = frameLimit;
+    std::unique_ptr<FrameSource> source;
+    if (std::string error = OpenSource(request, source); !error.empty()) return Failure(error);
+    if (ConvertResult r = PlanRoute(o, *source, plan); r.code != ExitCode::kOk) return r;
+
+    Context context(library.functions());
+    if (ConvertResult r = SetUpContext(o, plan, context, report); r.code != ExitCode::kOk) return r;
+    if ((plan.dst->code == QV_FORMAT_YUY2 || plan.dst->code == QV_FORMAT_UYVY) && plan.W % 8 != 0)
+        report.notes.push_back(plan.route + " writes whole groups of 8 pixels: the last " +
+                               std::to_string(plan.W % 8) + " columns of each row stay black");
+    if (o.deinterlace == 0 && (source->stream.interlace == 't' || source->stream.interlace == 'b') &&
+        plan.src->family == Family::kPlanarYuv)
+        report.notes.push_back("the input is interlaced; --deinterlace MODE makes it progressive");
+    report.summary = SizeText(plan.W, plan.H) + " " + plan.src->name + " -> " + SizeText(plan.outW, plan.outH) +
+                     " " + plan.dst->name + plan.settings;
+    return RunFrames(o, plan, *source, context, showProgress, report);
 }
 
 std::string FormatsListing() {

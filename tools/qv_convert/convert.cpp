@@ -22,17 +22,6 @@ constexpr int32_t kMaxSide = 16384;
 ConvertResult Usage(std::string message) { return {ExitCode::kUsage, std::move(message)}; }
 ConvertResult Failure(std::string message) { return {ExitCode::kFailed, std::move(message)}; }
 
-std::string SizeText(int32_t w, int32_t h) { return std::to_string(w) + "x" + std::to_string(h); }
-
-std::string Extension(const std::string& name) {
-    const size_t dot = name.rfind('.');
-    const size_t slash = name.rfind('/');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-    std::string ext = name.substr(dot + 1);
-    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return ext;
-}
-
 // A size the library takes as it is, or the message saying what it would make of it.
 std::string CheckSize(const std::string& what, int32_t w, int32_t h) {
     if (w < 4 || h < 4 || w > kMaxSide || h > kMaxSide)
@@ -140,7 +129,7 @@ struct Plan {
 ConvertResult PlanOutput(const Options& o, Plan& plan, int64_t& frameLimit) {
     plan.container = o.container;
     if (plan.container.empty()) {
-        const std::string ext = Extension(o.output);
+        const std::string ext = ExtensionOf(o.output);
         plan.container = ext == "y4m" || ext == "png" ? ext : "raw";
     }
     size_t at = 0, length = 0;
@@ -161,7 +150,7 @@ ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
     if (std::string error = CheckSize(source.description, source.width, source.height); !error.empty())
         return Failure(error);
     const FormatInfo* destination = o.to.empty() ? nullptr : FindFormat(o.to);
-    if (destination == nullptr && plan.container == "raw") destination = FindFormat(Extension(o.output));
+    if (destination == nullptr && plan.container == "raw") destination = FindFormat(ExtensionOf(o.output));
     if (source.format == nullptr) source.format = PngFeedFormat(destination, plan.container);
     if (destination == nullptr) destination = DefaultDestination(*source.format, plan.container);
     const FormatInfo& src = *source.format;

@@ -66,6 +66,9 @@ private:
 // mix with the data. Called once, before anything is written.
 void UseStdoutForData();
 
+// The lower-case extension of a file name ("png" for "a/b.PNG"), "" when there is none.
+std::string ExtensionOf(const std::string& name);
+
 // Removes the temporary output file when the process is interrupted.
 void InstallInterruptCleanup();
 

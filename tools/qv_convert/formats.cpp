@@ -105,6 +105,8 @@ PlaneShape PlaneOf(const FormatInfo& f, int plane, int32_t width, int32_t height
     return {width >> f.chromaShiftX, height >> f.chromaShiftY};
 }
 
+std::string SizeText(int32_t width, int32_t height) { return std::to_string(width) + "x" + std::to_string(height); }
+
 int64_t FrameBytes(const FormatInfo& f, int32_t width, int32_t height) {
     int64_t bytes = 0;
     for (int p = 0; p < f.planes; ++p) {

@@ -35,6 +35,8 @@ struct PlaneShape {
     int32_t rows = 0;
 };
 PlaneShape PlaneOf(const FormatInfo& format, int plane, int32_t width, int32_t height);
+// "640x480".
+std::string SizeText(int32_t width, int32_t height);
 // Bytes of one tightly packed picture (the size of a raw frame).
 int64_t FrameBytes(const FormatInfo& format, int32_t width, int32_t height);
 

@@ -16,15 +16,6 @@ namespace {
 constexpr size_t kMaxHeaderLine = 4096;
 constexpr int64_t kMaxPngBytes = int64_t{1} << 30;
 
-std::string HasSuffix(const std::string& name) {
-    const size_t dot = name.rfind('.');
-    const size_t slash = name.rfind('/');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-    std::string ext = name.substr(dot + 1);
-    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return ext;
-}
-
 enum class LineStatus { kLine, kEnd, kTruncated, kTooLong };
 
 // Reads one '\n'-terminated line (without the newline).
@@ -65,8 +56,6 @@ int64_t ReadPlanes(InputStream& in, Frame& frame) {
     }
     return total;
 }
-
-std::string SizeText(int32_t w, int32_t h) { return std::to_string(w) + "x" + std::to_string(h); }
 
 class RawSource : public FrameSource {
 public:
@@ -404,7 +393,7 @@ std::string WritePng(FILE* file, const RgbaImage& image, bool withAlpha) {
 
 InputKind KindOf(const std::string& input, InputStream* peekable) {
     if (input.empty() || input == "pattern" || input.compare(0, 8, "pattern:") == 0) return InputKind::kPattern;
-    const std::string ext = HasSuffix(input);
+    const std::string ext = ExtensionOf(input);
     if (ext == "y4m") return InputKind::kY4m;
     if (ext == "png") return InputKind::kPng;
     if (peekable != nullptr) {

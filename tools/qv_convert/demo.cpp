@@ -134,9 +134,9 @@ const char* kStyle =
     "body{font-family:sans-serif;margin:24px;background:#f4f4f4;color:#222}"
     "h2{margin-top:32px;border-bottom:1px solid #ccc}"
     ".grid{display:flex;flex-wrap:wrap;gap:16px}"
-    "figure{margin:0;background:#fff;padding:8px;border-radius:6px;box-shadow:0 1px 3px #0003;max-width:660px}"
+    "figure{margin:0;background:#fff;padding:8px;border-radius:6px;box-shadow:0 1px 3px #0003;width:min-content}"
     "figure img{display:block;max-width:640px;background:repeating-conic-gradient(#ddd 0 25%,#fff 0 50%) 0 0/16px 16px}"
-    "figcaption{font-size:13px;margin-top:6px}code{font-size:12px;color:#333}"
+    "figcaption{font-size:13px;margin-top:6px;min-width:320px}code{font-size:12px;color:#333}"
     ".blank{color:#b60}.failed{color:#b00}";
 
 }  // namespace

@@ -1,14 +1,72 @@
-// Placeholder: these routes write nothing until the family is converted.
-#include "core/qv_routines.h"
+// Planar YCbCr 4:2:0 to ARGB32: same size, rotated, single-pass scaled, line-cache upscaled and
+// the two fixed ratios. Every pixel carries the caller's alpha byte.
+#include "convert/rgb_routes.h"
 
 namespace qv {
 
-int32_t _QVYCbCr420ToARGB32(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32Rot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32Rsz(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32RszRot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32RszUp(const QvImgPrcContext*, const LineBuffers*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32Case1(const QvImgPrcContext*, const LineBuffers*, SrcPlanes, Strides, int32_t, uint8_t*, int32_t, int32_t, uint8_t) { return kOk; }
-int32_t _QVYCbCr420ToARGB32Case2(const QvImgPrcContext*, const LineBuffers*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, uint8_t) { return kOk; }
+using rgb::ARGB32Format;
+
+int32_t _QVYCbCr420ToARGB32(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                            int32_t H, uint8_t* d0, int32_t s0, uint8_t alpha) {
+    rgb::RowSink<ARGB32Format> sink{ctx, {alpha}, d0, s0};
+    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToARGB32Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                               int32_t H, uint8_t alpha) {
+    if (ctx->params == nullptr) return kInvalidArg;
+    rgb::RotatedSink<ARGB32Format> sink{ctx, {alpha}, *ctx->params};
+    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToARGB32Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                               int32_t H, uint8_t* d0, int32_t s0, int32_t DW, int32_t DH,
+                               uint8_t alpha) {
+    rgb::RowSink<ARGB32Format> sink{ctx, {alpha}, d0, s0};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToARGB32RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                                  int32_t H, int32_t DW, int32_t DH, uint8_t alpha) {
+    if (ctx->params == nullptr) return kInvalidArg;
+    rgb::RotatedSink<ARGB32Format> sink{ctx, {alpha}, *ctx->params};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToARGB32RszUp(const QvImgPrcContext* ctx, const LineBuffers* lines,
+                                 SrcPlanes sp, Strides ss, int32_t W, int32_t H, uint8_t* d0,
+                                 int32_t s0, int32_t DW, int32_t DH, uint8_t alpha) {
+    const int32_t xstep = ScaleStep(W, DW);
+    const int32_t rowStride = s0 & ~3;  // destination rows sit at multiples of 4 bytes
+    return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
+        HLerp32(line, d0, xstep, DW, alpha);
+        d0 += rowStride;
+    });
+}
+
+// Width x 2.5, height x 2. The row pair converted after the last source row is read as the
+// last source row, so the last destination row repeats it instead of reading below the picture.
+int32_t _QVYCbCr420ToARGB32Case1(const QvImgPrcContext* ctx, const LineBuffers* lines,
+                                 SrcPlanes sp, Strides ss, int32_t W, uint8_t* d0, int32_t s0,
+                                 int32_t DH, uint8_t alpha) {
+    return rgb::UpscaleTwiceVertically<rgb::BelowPicture::kClamp>(
+        ctx, lines, sp, ss, W, d0, s0, DH,
+        [W, alpha](const uint32_t* line, uint8_t* row) { HLerp32_25(line, row, W, alpha); });
+}
+
+// Width x 1.5, free vertical ratio.
+int32_t _QVYCbCr420ToARGB32Case2(const QvImgPrcContext* ctx, const LineBuffers* lines,
+                                 SrcPlanes sp, Strides ss, int32_t W, int32_t H, uint8_t* d0,
+                                 int32_t s0, int32_t DH, uint8_t alpha) {
+    const int32_t rowStride = s0 & ~3;  // destination rows sit at multiples of 4 bytes
+    return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
+        HLerp32_23(line, d0, W, alpha);
+        d0 += rowStride;
+    });
+}
 
 }  // namespace qv

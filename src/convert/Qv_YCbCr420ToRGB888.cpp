@@ -1,12 +1,50 @@
-// Placeholder: these routes write nothing until the family is converted.
-#include "core/qv_routines.h"
+// Planar YCbCr 4:2:0 to RGB888 (bytes blue, green, red): same size, rotated, single-pass scaled
+// and line-cache upscaled. Strides and rotation steps are used exactly as given.
+#include "convert/rgb_routes.h"
 
 namespace qv {
 
-int32_t _QVYCbCr420ToRGB888(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t) { return kOk; }
-int32_t _QVYCbCr420ToRGB888Rot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420ToRGB888Rsz(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420ToRGB888RszRot(const QvImgPrcContext*, SrcPlanes, Strides, int32_t, int32_t, int32_t, int32_t) { return kOk; }
-int32_t _QVYCbCr420ToRGB888RszUp(const QvImgPrcContext*, const LineBuffers*, SrcPlanes, Strides, int32_t, int32_t, uint8_t*, int32_t, int32_t, int32_t) { return kOk; }
+using rgb::RGB888Format;
+
+int32_t _QVYCbCr420ToRGB888(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                            int32_t H, uint8_t* d0, int32_t s0) {
+    rgb::RowSink<RGB888Format> sink{ctx, {}, d0, s0};
+    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToRGB888Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                               int32_t H) {
+    if (ctx->params == nullptr) return kInvalidArg;
+    rgb::RotatedSink<RGB888Format> sink{ctx, {}, *ctx->params};
+    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToRGB888Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                               int32_t H, uint8_t* d0, int32_t s0, int32_t DW, int32_t DH) {
+    rgb::RowSink<RGB888Format> sink{ctx, {}, d0, s0};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToRGB888RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
+                                  int32_t H, int32_t DW, int32_t DH) {
+    if (ctx->params == nullptr) return kInvalidArg;
+    rgb::RotatedSink<RGB888Format> sink{ctx, {}, *ctx->params};
+    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    return kOk;
+}
+
+int32_t _QVYCbCr420ToRGB888RszUp(const QvImgPrcContext* ctx, const LineBuffers* lines,
+                                 SrcPlanes sp, Strides ss, int32_t W, int32_t H, uint8_t* d0,
+                                 int32_t s0, int32_t DW, int32_t DH) {
+    const int32_t xstep = ScaleStep(W, DW);
+    // Unlike the 16- and 32-bit upscalers, rows advance by the full stride.
+    return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
+        HLerp24(line, d0, xstep, DW);
+        d0 += s0;
+    });
+}
 
 }  // namespace qv

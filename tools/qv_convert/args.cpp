@@ -319,8 +319,9 @@ std::string HelpText() {
         "options:\n";
     for (const OptionSpec& spec : kOptions) {
         std::string left = "  ";
-        if (spec.alias != nullptr) left += std::string(spec.alias) + ", ";
-        left += spec.name;
+        if (spec.alias == nullptr) left += spec.name;
+        else if (spec.alias[1] == '-') left += std::string(spec.name) + ", " + spec.alias;  // a spelling
+        else left += std::string(spec.alias) + ", " + spec.name;
         if (spec.metavar != nullptr) left += std::string(" ") + spec.metavar;
         if (left.size() < 28) left.resize(28, ' ');
         else left += ' ';

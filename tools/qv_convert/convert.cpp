@@ -147,6 +147,9 @@ ConvertResult PlanOutput(const Options& o, Plan& plan, int64_t& frameLimit) {
 
 // Formats, sizes and the checks for what the library would refuse or silently ignore.
 ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
+    if (source.sizeFromInput && !o.size.empty() && (o.size.width != source.width || o.size.height != source.height))
+        return Usage(source.description + " is " + SizeText(source.width, source.height) +
+                     "; --size describes raw input and the pattern (--scale resizes)");
     if (std::string error = CheckSize(source.description, source.width, source.height); !error.empty())
         return Failure(error);
     const FormatInfo* destination = o.to.empty() ? nullptr : FindFormat(o.to);

@@ -127,6 +127,7 @@ public:
             return "--from " + std::string(request.format->name) + " does not match " + in_->name() +
                    ", whose header says " + stream.format->name;
         format = stream.format;
+        sizeFromInput = true;
         width = stream.width;
         height = stream.height;
         limit_ = request.frames;
@@ -189,6 +190,7 @@ public:
         if (!png_image_finish_read(&png, nullptr, image_.pixels.data(), 0, nullptr))
             return in.name() + ": damaged PNG (" + png.message + ")";
         format = request.format;  // null: the converter picks the RGB format to feed
+        sizeFromInput = true;
         width = image_.width;
         height = image_.height;
         frameCount = 1;

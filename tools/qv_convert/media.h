@@ -51,6 +51,7 @@ public:
     int32_t width = 0;
     int32_t height = 0;
     int64_t frameCount = -1;      // -1 when not known in advance
+    bool sizeFromInput = false;   // the file says its size (Y4M, PNG)
     Y4mHeader stream;             // rate, interlacing and aspect to pass on to a Y4M output
     std::string description;      // "in.y4m", "the test pattern", ...
 };

@@ -93,6 +93,8 @@ std::vector<BadRun> BadRuns() {
          "cannot load the library"},
         {"UnwritableOutput", {"--size", "16x8", "@/plain/out.raw"}, file("plain", "a file, not a directory"), 1,
          "cannot write"},
+        {"SizeOfAY4mIsItsOwn", {"--size", "32x16", "@/in.y4m", "@/out.raw"},
+         file("in.y4m", kY4mHeader + "FRAME\n" + std::string(kY4mFrame, 'a')), 2, "is 16x8; --size describes raw input"},
         {"NoOutput", {"--size", "16x8"}, none, 2, "no output given"},
     };
 }

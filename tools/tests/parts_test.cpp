@@ -136,7 +136,9 @@ TEST(Options, HelpHasOneLinePerOption) {
                                "--contrast", "--saturation", "--alpha", "--colour-key", "--deinterlace", "--frames",
                                "--library", "--demo", "--help", "--version"}) {
         int lines = 0;
-        for (const std::string& line : optionLines) lines += line.find(std::string(option) + " ") != std::string::npos;
+        for (const std::string& line : optionLines)
+            lines += line.find(std::string(option) + " ") != std::string::npos ||
+                     line.find(std::string(option) + ",") != std::string::npos;
         EXPECT_EQ(lines, 1) << option;
     }
 }

@@ -12,7 +12,7 @@ namespace {
 
 using Setter = std::string (*)(std::string_view value, Options& o);
 
-struct OptionSpec {
+struct OptionEntry {
     const char* name;     // "--scale"
     const char* alias;    // "-s" or nullptr
     const char* metavar;  // nullptr for a flag
@@ -48,7 +48,7 @@ std::string SetInt32(std::string_view value, std::optional<int32_t>& slot, const
     return {};
 }
 
-const OptionSpec kOptions[] = {
+const OptionEntry kOptions[] = {
     {"--from", "-f", "FORMAT", "source pixel format of a raw input or the pattern; how a PNG is fed (rgb24, argb, ...)",
      [](std::string_view v, Options& o) { return SetFormat(v, o.from, "source"); }},
     {"--to", "-t", "FORMAT", "output pixel format (i420, nv12, rgb565, ...), or the file type: raw, y4m, png",
@@ -143,9 +143,9 @@ const OptionSpec kOptions[] = {
      }},
 };
 
-const OptionSpec* FindOption(std::string_view name) {
-    for (const OptionSpec& spec : kOptions)
-        if (name == spec.name || (spec.alias != nullptr && name == spec.alias)) return &spec;
+const OptionEntry* FindOption(std::string_view name) {
+    for (const OptionEntry& entry : kOptions)
+        if (name == entry.name || (entry.alias != nullptr && name == entry.alias)) return &entry;
     return nullptr;
 }
 
@@ -288,15 +288,15 @@ std::string ParseArguments(const std::vector<std::string_view>& args, Options& o
             arg = arg.substr(0, eq);
             hasValue = true;
         }
-        const OptionSpec* spec = FindOption(arg);
-        if (spec == nullptr) return "unknown option " + Quoted(arg) + " (see --help)";
-        if (spec->metavar == nullptr) {
-            if (hasValue) return std::string(spec->name) + " takes no value";
+        const OptionEntry* entry = FindOption(arg);
+        if (entry == nullptr) return "unknown option " + Quoted(arg) + " (see --help)";
+        if (entry->metavar == nullptr) {
+            if (hasValue) return std::string(entry->name) + " takes no value";
         } else if (!hasValue) {
-            if (i + 1 >= args.size()) return std::string(spec->name) + " needs a value: " + spec->metavar;
+            if (i + 1 >= args.size()) return std::string(entry->name) + " needs a value: " + entry->metavar;
             value = args[++i];
         }
-        const std::string error = spec->set(value, options);
+        const std::string error = entry->set(value, options);
         if (!error.empty()) return error;
     }
     if (positional.size() > 2) return "too many file names: give at most an input and an output";
@@ -317,15 +317,15 @@ std::string HelpText() {
         "a .png file, or 'pattern' / 'pattern:interlaced' (the default). OUTPUT is a raw file, a .y4m file,\n"
         "or a .png picture of the result (NAME%03d.png for one per frame); '-' is stdin / stdout.\n"
         "options:\n";
-    for (const OptionSpec& spec : kOptions) {
+    for (const OptionEntry& entry : kOptions) {
         std::string left = "  ";
-        if (spec.alias == nullptr) left += spec.name;
-        else if (spec.alias[1] == '-') left += std::string(spec.name) + ", " + spec.alias;  // a spelling
-        else left += std::string(spec.alias) + ", " + spec.name;
-        if (spec.metavar != nullptr) left += std::string(" ") + spec.metavar;
+        if (entry.alias == nullptr) left += entry.name;
+        else if (entry.alias[1] == '-') left += std::string(entry.name) + ", " + entry.alias;  // a spelling
+        else left += std::string(entry.alias) + ", " + entry.name;
+        if (entry.metavar != nullptr) left += std::string(" ") + entry.metavar;
         if (left.size() < 28) left.resize(28, ' ');
         else left += ' ';
-        text += left + spec.help + "\n";
+        text += left + entry.help + "\n";
     }
     text += "formats: " + FormatNames() + " (see --formats)\n";
     text += "exit status: 0 done, 1 the conversion failed, 2 bad arguments\n";

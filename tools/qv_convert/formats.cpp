@@ -1,0 +1,194 @@
+#include "formats.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+#include "qv_imageproc.h"
+
+namespace qvc {
+namespace {
+
+struct Alias {
+    const char* alias;
+    const char* name;
+};
+
+// Other names people use for the same memory layouts.
+constexpr Alias kAliases[] = {
+    {"yuv420p", "i420"}, {"yuv420", "i420"}, {"420", "i420"},   {"yuv422p", "i422"}, {"422", "i422"},
+    {"yuv444p", "i444"}, {"444", "i444"},    {"yuyv", "yuy2"},  {"rgb888", "rgb24"}, {"argb32", "argb"},
+    {"abgr32", "abgr"},  {"rgb565le", "rgb565"},
+};
+
+std::string Lower(std::string_view s) {
+    std::string out(s);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+int32_t RoundUp16(int64_t n) { return static_cast<int32_t>((n + 15) & ~int64_t{15}); }
+
+// The byte pattern of one black pixel (or pixel pair) of a plane, repeated along every row.
+std::vector<uint8_t> BlackPattern(const FormatInfo& f, int plane) {
+    switch (f.family) {
+        case Family::kPlanarYuv:
+        case Family::kSemiPlanarYuv: return {static_cast<uint8_t>(plane == 0 ? 16 : 128)};
+        case Family::kPackedYuv:
+            return f.code == QV_FORMAT_YUY2 ? std::vector<uint8_t>{16, 128, 16, 128}
+                                            : std::vector<uint8_t>{128, 16, 128, 16};
+        case Family::kRgb:
+            if (f.code == QV_FORMAT_ARGB32 || f.code == QV_FORMAT_ABGR32) return {0, 0, 0, 0xFF};
+            if (f.code == QV_FORMAT_RGB555) return {0x01, 0x00};  // opaque black: the mask bit set
+            return {0};
+    }
+    return {0};
+}
+
+}  // namespace
+
+const std::vector<FormatInfo>& AllFormats() {
+    static const std::vector<FormatInfo> formats = {
+        {"i420", QV_FORMAT_YCBCR420, Family::kPlanarYuv, 3, 1, 1, 1,
+         "planar Y, Cb, Cr 4:2:0 (yuv420p)"},
+        {"i422", QV_FORMAT_YCBCR422, Family::kPlanarYuv, 3, 1, 1, 0,
+         "planar Y, Cb, Cr 4:2:2 (yuv422p; source only)"},
+        {"i444", QV_FORMAT_YCBCR444, Family::kPlanarYuv, 3, 1, 0, 0,
+         "planar Y, Cb, Cr 4:4:4 (yuv444p; source only)"},
+        {"rgb565", QV_FORMAT_RGB565, Family::kRgb, 1, 2, 0, 0,
+         "16-bit little-endian words, red 15-11, green 10-5, blue 4-0 (rgb565le)"},
+        {"rgb24", QV_FORMAT_RGB888, Family::kRgb, 1, 3, 0, 0,
+         "3 bytes a pixel in memory order blue, green, red (ffmpeg's bgr24)"},
+        {"argb", QV_FORMAT_ARGB32, Family::kRgb, 1, 4, 0, 0,
+         "32-bit little-endian words alpha, red, green, blue (bytes B G R A, ffmpeg's bgra)"},
+        {"yuy2", QV_FORMAT_YUY2, Family::kPackedYuv, 1, 2, 1, 0, "packed 4:2:2, bytes Y0 Cb Y1 Cr (yuyv422)"},
+        {"uyvy", QV_FORMAT_UYVY, Family::kPackedYuv, 1, 2, 1, 0, "packed 4:2:2, bytes Cb Y0 Cr Y1 (uyvy422)"},
+        {"nv12", QV_FORMAT_NV12, Family::kSemiPlanarYuv, 2, 1, 1, 1,
+         "Y plane and a half-height plane of Cb, Cr byte pairs"},
+        {"abgr", QV_FORMAT_ABGR32, Family::kRgb, 1, 4, 0, 0,
+         "32-bit little-endian words alpha, blue, green, red (bytes R G B A, ffmpeg's rgba; source only)"},
+        {"rgb555", QV_FORMAT_RGB555, Family::kRgb, 1, 2, 0, 0,
+         "16-bit words, red 15-11, green 10-6, blue 5-1, bit 0 clear where the colour key matched "
+         "(destination only)"},
+    };
+    return formats;
+}
+
+const FormatInfo* FindFormat(std::string_view name) {
+    std::string key = Lower(name);
+    for (const Alias& a : kAliases)
+        if (key == a.alias) key = a.name;
+    for (const FormatInfo& f : AllFormats())
+        if (key == f.name) return &f;
+    return nullptr;
+}
+
+const FormatInfo* FormatByCode(int code) {
+    for (const FormatInfo& f : AllFormats())
+        if (f.code == code) return &f;
+    return nullptr;
+}
+
+std::string FormatNames() {
+    std::string names;
+    for (const FormatInfo& f : AllFormats()) {
+        if (!names.empty()) names += ", ";
+        names += f.name;
+    }
+    return names;
+}
+
+PlaneShape PlaneOf(const FormatInfo& f, int plane, int32_t width, int32_t height) {
+    if (plane < 0 || plane >= f.planes) return {};
+    if (plane == 0) return {width * f.bytesPerPixel, height};
+    if (f.family == Family::kSemiPlanarYuv) return {(width >> f.chromaShiftX) * 2, height >> f.chromaShiftY};
+    return {width >> f.chromaShiftX, height >> f.chromaShiftY};
+}
+
+std::string SizeText(int32_t width, int32_t height) { return std::to_string(width) + "x" + std::to_string(height); }
+
+int64_t FrameBytes(const FormatInfo& f, int32_t width, int32_t height) {
+    int64_t bytes = 0;
+    for (int p = 0; p < f.planes; ++p) {
+        const PlaneShape s = PlaneOf(f, p, width, height);
+        bytes += static_cast<int64_t>(s.rowBytes) * s.rows;
+    }
+    return bytes;
+}
+
+void AllocateFrame(Frame& frame, const FormatInfo& format, int32_t width, int32_t height, Padding padding) {
+    frame.format = &format;
+    frame.width = width;
+    frame.height = height;
+    for (int p = 0; p < 3; ++p) {
+        frame.storage[p].clear();
+        frame.planes[p] = nullptr;
+        frame.strides[p] = 0;
+        if (p >= format.planes) continue;
+        const PlaneShape s = PlaneOf(format, p, width, height);
+        int64_t bytes = static_cast<int64_t>(s.rowBytes) * s.rows;
+        frame.strides[p] = s.rowBytes;
+        if (padding == Padding::kSource) {
+            frame.strides[p] = RoundUp16(s.rowBytes);
+            const int extraRows = p == 0 ? 2 : 1;
+            bytes = static_cast<int64_t>(frame.strides[p]) * (s.rows + extraRows) + 16;
+        }
+        frame.storage[p].assign(static_cast<size_t>(bytes), 0);
+        frame.planes[p] = frame.storage[p].data();
+    }
+    FillBlack(frame);
+}
+
+void FillBlack(Frame& frame) {
+    for (int p = 0; p < frame.format->planes; ++p) {
+        const std::vector<uint8_t> pattern = BlackPattern(*frame.format, p);
+        // Padding rows and slack get the same black, so reads below the picture see a plain edge.
+        // Strides are multiples of the pattern (widths are multiples of 4), so rows start in step.
+        std::vector<uint8_t>& bytes = frame.storage[p];
+        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = pattern[i % pattern.size()];
+    }
+}
+
+bool IsBlack(const Frame& frame) {
+    for (int p = 0; p < frame.format->planes; ++p) {
+        const std::vector<uint8_t> pattern = BlackPattern(*frame.format, p);
+        const PlaneShape s = frame.shape(p);
+        for (int32_t r = 0; r < s.rows; ++r) {
+            const uint8_t* row = frame.row(p, r);
+            for (int32_t i = 0; i < s.rowBytes; ++i)
+                if (row[i] != pattern[i % pattern.size()]) return false;
+        }
+    }
+    return true;
+}
+
+OperationInfo OperationOf(int source, int destination) {
+    OperationInfo info;
+    const int op = QV_OPERATION(source, destination);
+    switch (op) {
+        case 0x000: case 0x003: case 0x004: case 0x005:
+        case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
+            info = {true, true, true, false};
+            break;
+        case 0x006: case 0x007: case 0x008: case 0x305: case 0x800:
+            info = {true, false, false, false};
+            break;
+        case 0x103: info = {true, false, true, false}; break;              // 4:2:2 ignores the rotation
+        case 0x300: case 0x500: case 0x900: info = {true, true, false, false}; break;
+        case 0x00A: info = {true, false, false, true}; break;
+        default: break;
+    }
+    return info;
+}
+
+std::string DestinationsOf(const FormatInfo& source) {
+    std::string names;
+    for (const FormatInfo& f : AllFormats()) {
+        if (!OperationOf(source.code, f.code).exists) continue;
+        if (!names.empty()) names += ", ";
+        names += f.name;
+    }
+    return names.empty() ? "nothing" : names;
+}
+
+}  // namespace qvc

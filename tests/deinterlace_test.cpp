@@ -22,8 +22,10 @@ using qvtest::FillPattern;
 using qvtest::GuardedPlane;
 
 // Source and output planes of one frame. Sources are exact heap blocks (the sanitizer build sees
-// any read past them), plus `luma tail` readable bytes after the last luma line.
+// any read past them) plus the rows below each plane that the block mode's strip detector may
+// look at, plus `luma tail` readable bytes after them in the luma plane.
 struct Frame {
+    static constexpr int32_t kRowsBelow = 6;
     uint32_t fmt, width, height;
     std::vector<uint8_t> src[3];
     uint32_t srcPitch[3];
@@ -35,7 +37,7 @@ struct Frame {
         : fmt(f), width(w), height(h), dstPitch(pitch) {
         for (uint32_t i = 0; i < 3; ++i) {
             srcPitch[i] = RowBytes(i) + srcExtra;
-            src[i].resize(size_t{srcPitch[i]} * Lines(i) + (i == 0 ? lumaTail : 0));
+            src[i].resize(size_t{srcPitch[i]} * (Lines(i) + kRowsBelow) + (i == 0 ? lumaTail : 0));
             FillPattern(src[i].data(), src[i].size(), seed + i);
             out.emplace_back(static_cast<int32_t>(dstPitch), Lines(i));
             FillPattern(out[i].data(), out[i].size(), seed + 10 + i);
@@ -518,8 +520,8 @@ TEST(DeintX, StripFrameAndField) {
 template <class F>
 Frame RunX(uint32_t fmt, uint32_t w, uint32_t h, uint32_t dstPitch, F f) {
     Frame fr(fmt, w, h, 0, dstPitch, 3, dstPitch > w ? dstPitch - w : 0);
-    for (uint32_t i = 0; i < 3; ++i)
-        for (int32_t y = 0; y < fr.Lines(i); ++y)
+    for (uint32_t i = 0; i < 3; ++i)  // the rows below each plane continue f
+        for (int32_t y = 0; y < fr.Lines(i) + Frame::kRowsBelow; ++y)
             for (uint32_t x = 0; x < fr.srcPitch[i]; ++x) fr.S(i, y)[x] = static_cast<uint8_t>(f(i, y, static_cast<int>(x)));
     std::fill(fr.src[0].end() - (dstPitch > w ? dstPitch - w : 0), fr.src[0].end(), f(0, fr.Lines(0) - 1, 0));
     DeintPicture in = fr.In(), out = fr.Out();
@@ -567,22 +569,30 @@ TEST(DeintX, EdgeColumnsNeverUseDirections) {
     EXPECT_TRUE(interiorDiagonal);
 }
 
-TEST(DeintX, ShortBottomRowsStayInsideThePlane) {
+TEST(DeintX, ShortBottomRowsLookBelowThePlane) {
     // 4:2:0 16x12: luma has one full block row and a 4-line bottom row; chroma (8x6) is one strip.
-    // The strip detector looks seven lines down; below the plane it sees the last line again.
+    // The strip detector scans line pairs 0, 2 and 4 of a bottom strip, reaching six lines down:
+    // past the plane it reads the caller's rows below (here they continue the combing).
     const auto f = [](uint32_t, int y, int x) { return y % 2 ? 250 - x : 5 * y + x; };
     Frame fr = RunX(0, 16, 12, 16, f);
     for (int32_t x = 0; x < 8; ++x) {
-        // Chroma: pairs 0 and 2 combed, pair 4 reads line 6 as line 5: interlaced, field averages.
+        // Chroma: all three pairs combed: interlaced, odd lines from the field around them.
         EXPECT_EQ(OutAt(fr, 1, 1, x), (f(1, 0, x) + f(1, 2, x)) / 2);
         EXPECT_EQ(OutAt(fr, 1, 3, x), (f(1, 2, x) + f(1, 4, x)) / 2);
         EXPECT_EQ(OutAt(fr, 1, 5, x), (f(1, 4, x) + f(1, 5, x)) / 2);
     }
     for (int32_t x = 0; x < 16; ++x) {
-        // Luma bottom row (lines 8..11): only pair 0 counts, so it is rebuilt as progressive.
-        EXPECT_EQ(OutAt(fr, 0, 9, x), (f(0, 8, x) + 2 * f(0, 9, x) + f(0, 10, x) + 2) / 4);
+        // Luma bottom row (lines 8..11): pairs at lines 8, 10 and 12 (below the plane) combed.
+        EXPECT_EQ(OutAt(fr, 0, 9, x), (f(0, 8, x) + f(0, 10, x)) / 2);
         EXPECT_EQ(OutAt(fr, 0, 11, x), (f(0, 10, x) + f(0, 11, x)) / 2);
     }
+    // The same picture with white rows below: line 12 is further from line 10 than line 11 is,
+    // so only pair 0 of the luma strip is combed, and one combed pair is not enough: the bottom
+    // row is rebuilt as progressive.
+    const auto g = [&](uint32_t i, int y, int x) { return y >= 12 ? 255 : f(i, y, x); };
+    Frame still = RunX(0, 16, 12, 16, g);
+    for (int32_t x = 0; x < 16; ++x)
+        EXPECT_EQ(OutAt(still, 0, 9, x), (g(0, 8, x) + 2 * g(0, 9, x) + g(0, 10, x) + 2) / 4);
 }
 
 // ---- through the frame pipeline ---------------------------------------------------------------

@@ -175,25 +175,6 @@ inline uint32_t DirectionCost(const uint8_t* a, const uint8_t* b, int32_t x, int
     return c;
 }
 
-// The source of a strip as the plane walk hands it to XDeintNxN: a copy of its neighbourhood in
-// which lines below the plane and columns past the processed width repeat the last ones. The
-// strip detector is handed the strip's width as its line count and its height as its pixel
-// count, so it looks up to seven lines below and eight columns right of the strip's corner.
-struct StripNeighbourhood {
-    static constexpr int32_t kLines = 10;
-    static constexpr int32_t kPitch = 16;
-    uint8_t bytes[kLines * kPitch];
-
-    StripNeighbourhood(const uint8_t* src, uint32_t srcPitch, int32_t row0, int32_t col0,
-                       int32_t lines, int32_t width) {
-        for (int32_t y = 0; y < kLines; ++y) {
-            const uint8_t* line = Line(src, std::min(row0 + y, lines - 1), srcPitch);
-            for (int32_t x = 0; x < kPitch; ++x)
-                bytes[y * kPitch + x] = line[std::min(col0 + x, width - 1)];
-        }
-    }
-};
-
 // One plane of the block mode: `width` bytes of `lines` lines.
 void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                  int32_t width, int32_t lines) {
@@ -203,9 +184,12 @@ void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t s
     // Block rows handled by the 8x8 routines need lines 8r + 8 and 8r + 9 below them; with an even
     // line count these are all rows but the last.
     const int32_t fullRows = lines >= kBlock + 2 ? (lines - 2) / kBlock : 0;
+    // The strip detector is handed the strip's width as its line count and its height as its
+    // pixel count, so it looks at lines up to six below the strip's first line and at up to eight
+    // pixels from its first column: for a short bottom row or a narrow right strip that is past
+    // the plane's last line or processed width, which callers keep readable.
     const auto strip = [&](int32_t row0, int32_t col0, int32_t w, int32_t h) {
-        const StripNeighbourhood n(src, srcPitch, row0, col0, lines, width);
-        XDeintNxN(Line(dst, row0, dstPitch) + col0, dstPitch, n.bytes, StripNeighbourhood::kPitch,
+        XDeintNxN(Line(dst, row0, dstPitch) + col0, dstPitch, Line(src, row0, srcPitch) + col0, srcPitch,
                   static_cast<uint32_t>(w), static_cast<uint32_t>(h));
     };
     for (int32_t r = 0; r < fullRows; ++r) {

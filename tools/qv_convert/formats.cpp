@@ -130,7 +130,7 @@ void AllocateFrame(Frame& frame, const FormatInfo& format, int32_t width, int32_
         frame.strides[p] = s.rowBytes;
         if (padding == Padding::kSource) {
             frame.strides[p] = RoundUp16(s.rowBytes);
-            const int extraRows = p == 0 ? 2 : 1;
+            const int extraRows = 6;  // the most any route reads below a plane
             bytes = static_cast<int64_t>(frame.strides[p]) * (s.rows + extraRows) + 16;
         }
         frame.storage[p].assign(static_cast<size_t>(bytes), 0);

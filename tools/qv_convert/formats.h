@@ -42,8 +42,8 @@ int64_t FrameBytes(const FormatInfo& format, int32_t width, int32_t height);
 
 // A picture in memory with its planes and strides, as handed to the library.
 // Padded frames (sources) get strides rounded up to 16 bytes, 16 bytes of slack at the end of every
-// plane and readable rows below the picture: two luma rows and one chroma row, which the 2.5 x 2
-// fixed-ratio path reads. Tight frames (destinations) are exactly the picture.
+// plane and six readable rows below every plane (the 2.5 x 2 fixed-ratio path reads two luma rows
+// below the picture, the block deinterlacer up to five rows below a plane). Tight frames (destinations) are exactly the picture.
 struct Frame {
     const FormatInfo* format = nullptr;
     int32_t width = 0;

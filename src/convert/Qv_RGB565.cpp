@@ -14,6 +14,18 @@ namespace {
 constexpr uint32_t kExpandedMask = 0x3E0FC1F;
 inline uint32_t Expand(uint32_t p) { return ((p >> 5) & 63) << 10 | (p >> 11) << 21 | (p & 31); }
 
+inline uint32_t Blend565(const RowPair& r, const Tap& tx) {
+    auto column = [&](int32_t x) {
+        const uint32_t above = Expand(Load16(r.r0 + 2 * x)), below = Expand(Load16(r.r1 + 2 * x));
+        return ((below * r.w + above * (32 - r.w)) >> 5) & kExpandedMask;
+    };
+    // No shift after the horizontal blend: the fields carry five extra bits.
+    const uint32_t s = column(tx.i1) * tx.w + column(tx.i0) * (32 - tx.w);
+    return ((s >> 15) & 63) << 5 | (s >> 26) << 11 | ((s >> 5) & 31);
+}
+// A whole-sample blend gives back the source pixel.
+inline uint32_t Blend565(const uint8_t* row, const WholeTap& tx) { return Load16(row + 2 * tx.i0); }
+
 }  // namespace
 
 int32_t _QVRGB565RszRot(const QvRotationParams* prm, const uint8_t* src, int32_t srcStridePixels, int32_t W,
@@ -21,16 +33,10 @@ int32_t _QVRGB565RszRot(const QvRotationParams* prm, const uint8_t* src, int32_t
     if (prm == nullptr) return kInvalidArg;
     const Placement dst = PlacementOf<2, 2>(*prm);
     const int32_t pitch = 2 * srcStridePixels;
-    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
-        const uint8_t* r0 = Row(src, ty.i0, pitch);
-        const uint8_t* r1 = Row(src, ty.i1, pitch);
-        auto column = [&](int32_t x) {
-            const uint32_t above = Expand(Load16(r0 + 2 * x)), below = Expand(Load16(r1 + 2 * x));
-            return ((below * ty.w + above * (32 - ty.w)) >> 5) & kExpandedMask;
-        };
-        // No shift after the horizontal blend: the fields carry five extra bits.
-        const uint32_t s = column(tx.i1) * tx.w + column(tx.i0) * (32 - tx.w);
-        Store16(dst.At(i, j), ((s >> 15) & 63) << 5 | (s >> 26) << 11 | ((s >> 5) & 31));
+    WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
+        const auto rows = RowsAt(src, pitch, ty);
+        uint8_t* const row = dst.RowStart(j);
+        return [=, dx = dst.dx](int32_t i, const auto& tx) { Store16(Row(row, i, dx), Blend565(rows, tx)); };
     });
     return kOk;
 }

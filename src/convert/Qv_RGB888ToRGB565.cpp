@@ -25,21 +25,31 @@ struct WriteRGB888 {
     }
 };
 
+// The blend of one pixel's three bytes; b1 = min(b + 3, 3W - 3).
+inline Blend Blend888(const RowPair& r, const Tap& tx) {
+    const int32_t b = 3 * tx.i0, b1 = 3 * tx.i1;
+    Blend h;
+    for (int k = 0; k < 3; ++k) {
+        auto V = [&](int32_t c) { return static_cast<uint32_t>(r.r1[c + k] * r.w + r.r0[c + k] * (32 - r.w)); };
+        h[k] = (V(b1) >> 5) * tx.w + (V(b) >> 5) * (32 - tx.w);
+    }
+    return h;
+}
+// A whole-sample blend is the pixel's own bytes times 32.
+inline Blend Blend888(const uint8_t* row, const WholeTap& tx) {
+    const uint8_t* p = row + 3 * tx.i0;
+    return {32u * p[0], 32u * p[1], 32u * p[2]};
+}
+
 template <class Writer>
 int32_t ResampleRGB888(const QvRotationParams* prm, const uint8_t* src, int32_t pitch, int32_t W, int32_t H,
                        int32_t DW, int32_t DH, Writer write) {
     if (prm == nullptr) return kInvalidArg;
     const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*prm);
-    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
-        const uint8_t* r0 = Row(src, ty.i0, pitch);
-        const uint8_t* r1 = Row(src, ty.i1, pitch);
-        const int32_t b = 3 * tx.i0, b1 = 3 * tx.i1;  // b1 = min(b + 3, 3W - 3)
-        Blend h;
-        for (int k = 0; k < 3; ++k) {
-            auto V = [&](int32_t c) { return static_cast<uint32_t>(r1[c + k] * ty.w + r0[c + k] * (32 - ty.w)); };
-            h[k] = (V(b1) >> 5) * tx.w + (V(b) >> 5) * (32 - tx.w);
-        }
-        write(dst.At(i, j), h);
+    WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
+        const auto rows = RowsAt(src, pitch, ty);
+        uint8_t* const row = dst.RowStart(j);
+        return [=, dx = dst.dx](int32_t i, const auto& tx) { write(Row(row, i, dx), Blend888(rows, tx)); };
     });
     return kOk;
 }

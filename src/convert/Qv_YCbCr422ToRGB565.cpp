@@ -13,9 +13,10 @@ inline uint32_t RGB565Of(const QvImgPrcContext* ctx, uint8_t y, const ChromaTerm
 }
 
 // Chroma of the scaler: interpolated between its two rows only, never across columns.
-inline uint8_t ChromaVertical(const uint8_t* r0, const uint8_t* r1, int32_t c, int32_t wy) {
-    return static_cast<uint8_t>(((r1[c] - r0[c]) * wy + (r0[c] << 5)) >> 5);
+inline uint8_t ChromaVertical(const RowPair& r, int32_t c) {
+    return static_cast<uint8_t>(((r.r1[c] - r.r0[c]) * r.w + (r.r0[c] << 5)) >> 5);
 }
+inline uint8_t ChromaVertical(const uint8_t* row, int32_t c) { return row[c]; }
 
 }  // namespace
 
@@ -43,12 +44,19 @@ int32_t _QVYCbCr422ToRGB565Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides
     const int32_t rowBytes = s0 & ~1;
     // Luma is bilinear; each pixel takes the chroma column under its own position (x >> 1), so
     // two neighbours over one chroma column share it even when their luma differs.
-    WalkResampled(W, H, DW, DH, [&](int32_t i, int32_t j, const Tap& tx, const Tap& ty) {
-        const int32_t c = tx.i0 >> 1;
-        const uint8_t cb = ChromaVertical(Row(sp[1], ty.i0, ss[1]), Row(sp[1], ty.i1, ss[1]), c, ty.w);
-        const uint8_t cr = ChromaVertical(Row(sp[2], ty.i0, ss[2]), Row(sp[2], ty.i1, ss[2]), c, ty.w);
-        const uint8_t y = Bilinear(sp[0], ss[0], tx, ty);
-        Store16(Row(d0, j, rowBytes) + 2 * i, RGB565Of(ctx, y, ChromaTermsOf(ctx, cb, cr)));
+    const uint16_t* const yTable = ctx->yTable;
+    const int32_t* const cbTable = ctx->cbTable;
+    const int32_t* const crTable = ctx->crTable;
+    WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
+        const auto y = RowsAt(sp[0], ss[0], ty);
+        const auto cb = RowsAt(sp[1], ss[1], ty);
+        const auto cr = RowsAt(sp[2], ss[2], ty);
+        uint8_t* const row = Row(d0, j, rowBytes);
+        return [=](int32_t i, const auto& tx) {
+            const int32_t c = tx.i0 >> 1;
+            const ChromaTerms t = ChromaTermsOf(cbTable[ChromaVertical(cb, c)], crTable[ChromaVertical(cr, c)]);
+            Store16(row + 2 * i, PixelRGB565(yTable[Bilinear(y, tx)], t));
+        };
     });
     return kOk;
 }

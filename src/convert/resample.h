@@ -20,25 +20,58 @@ inline Tap TapAt(int32_t pos, int32_t size) {
     return {i0, i0 + 1 < size ? i0 + 1 : size - 1, PosWeight(pos)};
 }
 
-// Walks a DW x DH destination pixel by pixel, rows outer: pixel(i, j, tx, ty). Destination
-// sizes below 2 have no step (the library's sizes are multiples of 4) and are not walked.
-template <class Pixel>
-inline void WalkResampled(int32_t W, int32_t H, int32_t DW, int32_t DH, Pixel pixel) {
+// A position on a whole sample. Equal sizes step by exactly one sample on both axes: every
+// weight is then 0, a blend gives back the sample itself, and the samplers read it directly.
+struct WholeTap {
+    int32_t i0;
+};
+
+// Walks a DW x DH destination, rows outer. row(j, ty) is called once per destination row and
+// returns that row's pixel function, called as pixel(i, tx) for each pixel: per-row work (row
+// pointers, the vertical weight) stays out of the pixel loop. The taps are Tap, or WholeTap on
+// both axes when the sizes are equal. Destination sizes below 2 have no step (the library's
+// sizes are multiples of 4) and are not walked.
+template <class RowFn>
+inline void WalkResampled(int32_t W, int32_t H, int32_t DW, int32_t DH, RowFn row) {
     if (W < 1 || H < 1 || DW < 2 || DH < 2) return;
     const int32_t stepX = ScaleStep(W, DW);
     const int32_t stepY = ScaleStep(H, DH);
-    for (int32_t j = 0; j < DH; ++j) {
-        const Tap ty = TapAt(ScalePosition(j, stepY), H);
-        for (int32_t i = 0; i < DW; ++i) pixel(i, j, TapAt(ScalePosition(i, stepX), W), ty);
-    }
+    const auto walk = [&](auto tapX, auto tapY) {
+        for (int32_t j = 0; j < DH; ++j) {
+            auto pixel = row(j, tapY(j));
+            for (int32_t i = 0; i < DW; ++i) pixel(i, tapX(i));
+        }
+    };
+    // A step of exactly one sample keeps i x step below 2^31 (the step came from a positive
+    // 32-bit quotient), so every position is the whole sample i.
+    constexpr int32_t kOneSample = 1 << 16;
+    if (stepX == kOneSample && stepY == kOneSample)
+        walk([](int32_t i) { return WholeTap{i}; }, [](int32_t j) { return WholeTap{j}; });
+    else
+        walk([=](int32_t i) { return TapAt(ScalePosition(i, stepX), W); },
+             [=](int32_t j) { return TapAt(ScalePosition(j, stepY), H); });
+}
+
+// The source rows under one destination row of a byte plane: two rows and the weight toward
+// the lower one, or the one row of a whole-sample position.
+struct RowPair {
+    const uint8_t* r0;
+    const uint8_t* r1;
+    int32_t w;
+};
+inline RowPair RowsAt(const uint8_t* plane, int32_t stride, const Tap& ty) {
+    return {Row(plane, ty.i0, stride), Row(plane, ty.i1, stride), ty.w};
+}
+inline const uint8_t* RowsAt(const uint8_t* plane, int32_t stride, const WholeTap& ty) {
+    return Row(plane, ty.i0, stride);
 }
 
 // Bilinear sample of a byte plane: vertical taps with one extra bit, then horizontal.
-inline uint8_t Bilinear(const uint8_t* plane, int32_t stride, const Tap& tx, const Tap& ty) {
-    const uint8_t* r0 = Row(plane, ty.i0, stride);
-    const uint8_t* r1 = Row(plane, ty.i1, stride);
-    return HorizontalTap(VerticalTap(r0[tx.i0], r1[tx.i0], ty.w), VerticalTap(r0[tx.i1], r1[tx.i1], ty.w), tx.w);
+inline uint8_t Bilinear(const RowPair& r, const Tap& tx) {
+    return HorizontalTap(VerticalTap(r.r0[tx.i0], r.r1[tx.i0], r.w), VerticalTap(r.r0[tx.i1], r.r1[tx.i1], r.w),
+                         tx.w);
 }
+inline uint8_t Bilinear(const uint8_t* row, const WholeTap& tx) { return row[tx.i0]; }
 
 // Destination pixel (i, j) through the packed parameter record. The record's steps count bytes
 // for two pixels and two rows; each destination unit converts them with its own arithmetic
@@ -46,7 +79,7 @@ inline uint8_t Bilinear(const uint8_t* plane, int32_t stride, const Tap& tx, con
 struct Placement {
     uint8_t* start;
     int32_t dx, dy;  // bytes
-    uint8_t* At(int32_t i, int32_t j) const { return Row(Row(start, j, dy), i, dx); }
+    uint8_t* RowStart(int32_t j) const { return Row(start, j, dy); }
 };
 template <int kShift, int kUnitBytes>
 inline Placement PlacementOf(const QvRotationParams& p) {

@@ -51,10 +51,11 @@ inline ChromaTerms ChromaTermsOf(const QvImgPrcContext* ctx, uint8_t cb, uint8_t
     return ChromaTermsOf(ctx->cbTable[cb], ctx->crTable[cr]);
 }
 
-// Upper bound first, then a negative value cleared to zero.
+// Clamped to 0..max. The lower bound is tested first: the sign comes with the shift that
+// produced v, so no separate test is needed (the result is the same in either order).
 inline int32_t ClampTo(int32_t v, int32_t max) {
-    if (v > max) v = max;
-    return v & ~(v >> 31);
+    v = v < 0 ? 0 : v;
+    return v > max ? max : v;
 }
 
 inline uint32_t PixelRGB565(int32_t y, const ChromaTerms& t) {

@@ -73,7 +73,7 @@ struct PlaneSink {
 // Through the planar parameter record: the scaled image is what the rotation moves.
 template <class Out>
 struct RotatedSink {
-    const QvRotationParams& p;
+    QvRotationParams p;  // a copy: the walk keeps the steps in registers
     Out out;
     uint8_t *y0 = nullptr, *y1 = nullptr, *cb = nullptr, *cr = nullptr;
 

@@ -9,7 +9,7 @@ namespace qv {
 namespace {
 
 struct RGB555Sink {
-    const QvImgPrcContext* ctx;
+    ConvTables tables;
     uint8_t* dst;
     int32_t pitch;
     uint32_t key;  // compared with all 32 bits: a key with a non-zero top byte never matches
@@ -19,7 +19,7 @@ struct RGB555Sink {
     // The RGB565 arithmetic, with green shifted by 10 and clamped to 31, packed one bit higher.
     uint32_t Pixel(uint8_t y, uint32_t chromaKey, const ChromaTerms& t) const {
         if ((static_cast<uint32_t>(y) << 16 | chromaKey) == key) return 0;
-        const int32_t luma = ctx->yTable[y];
+        const int32_t luma = tables.y[y];
         const int32_t r = ClampTo((luma + t.red) >> 10, 31);
         const int32_t g = ClampTo((luma + t.green) >> 10, 31);
         const int32_t b = ClampTo((luma + t.blue) >> 10, 31);
@@ -30,7 +30,7 @@ struct RGB555Sink {
         row1 = Row(dst, 2 * k + 1, pitch);
     }
     void Put(int32_t j, const Block& b) {
-        const ChromaTerms t = ChromaTermsOf(ctx, b.cb, b.cr);
+        const ChromaTerms t = tables.Chroma(b.cb, b.cr);
         const uint32_t chromaKey = static_cast<uint32_t>(b.cb) << 8 | b.cr;
         Store16(row0 + 4 * j, Pixel(b.y00, chromaKey, t));
         Store16(row0 + 4 * j + 2, Pixel(b.y01, chromaKey, t));
@@ -43,7 +43,7 @@ struct RGB555Sink {
 
 int32_t _QVYCbCr420ToRGB555(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                             uint8_t* d0, int32_t s0, uint32_t colourKey) {
-    RGB555Sink sink{ctx, d0, s0, colourKey};
+    RGB555Sink sink{TablesOf(ctx), d0, s0, colourKey};
     WalkBlocks<false>(sp, ss, W, H, sink);
     return kOk;
 }

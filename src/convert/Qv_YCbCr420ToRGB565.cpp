@@ -8,7 +8,7 @@ using rgb::RGB565Format;
 
 int32_t _QVYCbCr420ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                             int32_t H, uint8_t* d0, int32_t s0) {
-    rgb::RowSink<RGB565Format> sink{ctx, {}, d0, s0};
+    rgb::RowSink<RGB565Format> sink{TablesOf(ctx), {}, d0, s0};
     WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
     return kOk;
 }
@@ -16,14 +16,14 @@ int32_t _QVYCbCr420ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss
 int32_t _QVYCbCr420ToRGB565Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<RGB565Format> sink{ctx, {}, *ctx->params};
+    rgb::RotatedSink<RGB565Format> sink{TablesOf(ctx), {}, *ctx->params};
     WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
     return kOk;
 }
 
 int32_t _QVYCbCr420ToRGB565Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H, uint8_t* d0, int32_t s0, int32_t DW, int32_t DH) {
-    rgb::RowSink<RGB565Format> sink{ctx, {}, d0, s0};
+    rgb::RowSink<RGB565Format> sink{TablesOf(ctx), {}, d0, s0};
     WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
     return kOk;
 }
@@ -31,7 +31,7 @@ int32_t _QVYCbCr420ToRGB565Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides
 int32_t _QVYCbCr420ToRGB565RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                   int32_t H, int32_t DW, int32_t DH) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<RGB565Format> sink{ctx, {}, *ctx->params};
+    rgb::RotatedSink<RGB565Format> sink{TablesOf(ctx), {}, *ctx->params};
     WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
     return kOk;
 }

@@ -63,21 +63,20 @@ constexpr bool kCrStepsByCbStride = true;
 // Converts the four pixels of a block with the block's shared chroma terms and stores them at
 // upper-left, upper-right, lower-left and lower-right.
 template <class Format>
-inline void PutBlock(const QvImgPrcContext* ctx, const Format& fmt, const Block& b, uint8_t* p00,
+inline void PutBlock(const ConvTables& tables, const Format& fmt, const Block& b, uint8_t* p00,
                      uint8_t* p10, uint8_t* p01, uint8_t* p11) {
-    const ChromaTerms t = ChromaTermsOf(ctx, b.cb, b.cr);
-    const uint16_t* yt = ctx->yTable;
-    fmt.Store(p00, yt[b.y00], t);
-    fmt.Store(p10, yt[b.y01], t);
-    fmt.Store(p01, yt[b.y10], t);
-    fmt.Store(p11, yt[b.y11], t);
+    const ChromaTerms t = tables.Chroma(b.cb, b.cr);
+    fmt.Store(p00, tables.y[b.y00], t);
+    fmt.Store(p10, tables.y[b.y01], t);
+    fmt.Store(p01, tables.y[b.y10], t);
+    fmt.Store(p11, tables.y[b.y11], t);
 }
 
 // Straight rows: row pair k starts at k row-pair advances from the destination, its lower row
 // one stride below.
 template <class Format>
 struct RowSink {
-    const QvImgPrcContext* ctx;
+    ConvTables tables;
     Format fmt;
     uint8_t* dst;
     int32_t stride;
@@ -87,7 +86,7 @@ struct RowSink {
     void Put(int32_t j, const Block& b) {
         uint8_t* p = upper + static_cast<ptrdiff_t>(j) * 2 * Format::kBytes;
         uint8_t* q = p + stride;
-        PutBlock(ctx, fmt, b, p, p + Format::kBytes, q, q + Format::kBytes);
+        PutBlock(tables, fmt, b, p, p + Format::kBytes, q, q + Format::kBytes);
     }
 };
 
@@ -95,9 +94,9 @@ struct RowSink {
 // k x stepY, both steps rounded as the format asks.
 template <class Format>
 struct RotatedSink {
-    const QvImgPrcContext* ctx;
+    ConvTables tables;
     Format fmt;
-    const QvRotationParams& prm;
+    QvRotationParams prm;
     ptrdiff_t rowOffset = 0;
 
     void BeginRowPair(int32_t k) {
@@ -105,7 +104,7 @@ struct RotatedSink {
     }
     void Put(int32_t j, const Block& b) {
         const ptrdiff_t o = rowOffset + static_cast<ptrdiff_t>(j) * (prm.stepX & Format::kRotatedStepMask);
-        PutBlock(ctx, fmt, b, prm.dst00 + o, prm.dst10 + o, prm.dst01 + o, prm.dst11 + o);
+        PutBlock(tables, fmt, b, prm.dst00 + o, prm.dst10 + o, prm.dst01 + o, prm.dst11 + o);
     }
 };
 

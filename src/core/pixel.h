@@ -51,6 +51,17 @@ inline ChromaTerms ChromaTermsOf(const QvImgPrcContext* ctx, uint8_t cb, uint8_t
     return ChromaTermsOf(ctx->cbTable[cb], ctx->crTable[cr]);
 }
 
+// The conversion tables taken out of the context once per frame. Held in a loop's own
+// variables they stay in registers; read through the context they would be reloaded after
+// every store into a destination byte (which may alias anything).
+struct ConvTables {
+    const uint16_t* y;
+    const int32_t* cb;
+    const int32_t* cr;
+    ChromaTerms Chroma(uint8_t cbSample, uint8_t crSample) const { return ChromaTermsOf(cb[cbSample], cr[crSample]); }
+};
+inline ConvTables TablesOf(const QvImgPrcContext* ctx) { return {ctx->yTable, ctx->cbTable, ctx->crTable}; }
+
 // Clamped to 0..max. The lower bound is tested first: the sign comes with the shift that
 // produced v, so no separate test is needed (the result is the same in either order).
 inline int32_t ClampTo(int32_t v, int32_t max) {
@@ -130,9 +141,10 @@ struct Block {
 // Same-size walk over a 4:2:0 picture in 2x2 blocks, rows outer. `kCrStepsByCbStride`: the Cr
 // row advances by the Cb stride, as the routines with one chroma stride were always called with
 // equal chroma strides. Sink: BeginRowPair(k), Put(j, block) for row pair k, column pair j.
+// Both walkers take the sink by value, so that its fields live in registers for the walk.
 template <bool kCrStepsByCbStride, class Sink>
 inline void WalkBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t W, int32_t H,
-                       Sink& sink) {
+                       Sink sink) {
     const uint8_t* y0 = sp[0];
     const uint8_t* cb = sp[1];
     const uint8_t* cr = sp[2];
@@ -155,7 +167,7 @@ inline void WalkBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t 
 // (x0 + x1 + 1) >> 2 of the pair, each chroma plane read with its own stride.
 template <class Sink>
 inline void WalkScaledBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t W, int32_t H,
-                             int32_t DW, int32_t DH, Sink& sink) {
+                             int32_t DW, int32_t DH, Sink sink) {
     if (DH < 1 || DW < 1 || W < 1 || H < 1) return;
     const int32_t xstep = ScaleStep(W, DW);
     const int32_t ystep = ScaleStep(H, DH);

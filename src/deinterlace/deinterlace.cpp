@@ -422,14 +422,21 @@ void XDeint8x8FieldE(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32
 }
 
 // The three costs span eight pixels each and are not centred alike (a from x-4..x+3, x-3..x+4,
-// x-2..x+5); a diagonal wins only strictly, ties go to the vertical average.
+// x-2..x+5); a diagonal wins only strictly, ties go to the vertical average. Each cost slides
+// along the line: one pixel on, it gains the difference entering its span and loses the one
+// leaving it, which gives the same sums as adding all eight.
 void XDeint8x8Field(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
     Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, src + srcPitch, 2 * srcPitch,
                [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
+                   uint32_t c0 = DirectionCost(a, b, 0, -4, 2);   // upper left to lower right
+                   uint32_t c1 = DirectionCost(a, b, 0, -3, 0);   // vertical
+                   uint32_t c2 = DirectionCost(a, b, 0, -2, -2);  // upper right to lower left
                    for (int32_t x = 0; x < kBlock; ++x) {
-                       const uint32_t c0 = DirectionCost(a, b, x, -4, 2);  // upper left to lower right
-                       const uint32_t c1 = DirectionCost(a, b, x, -3, 0);  // vertical
-                       const uint32_t c2 = DirectionCost(a, b, x, -2, -2); // upper right to lower left
+                       if (x > 0) {
+                           c0 += AbsDiff(a[x + 3], b[x + 5]) - AbsDiff(a[x - 5], b[x - 3]);
+                           c1 += AbsDiff(a[x + 4], b[x + 4]) - AbsDiff(a[x - 4], b[x - 4]);
+                           c2 += AbsDiff(a[x + 5], b[x + 3]) - AbsDiff(a[x - 3], b[x - 5]);
+                       }
                        uint32_t v;
                        if (c0 < c1 && c1 <= c2)
                            v = a[x - 1] + b[x + 1];

@@ -30,17 +30,14 @@ int32_t Resample444(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_
                     int32_t DH, Writer write) {
     if (ctx->params == nullptr) return kInvalidArg;
     const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*ctx->params);
-    const uint16_t* const yTable = ctx->yTable;
-    const int32_t* const cbTable = ctx->cbTable;
-    const int32_t* const crTable = ctx->crTable;
+    const ConvTables tables = TablesOf(ctx);
     WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
         const auto y = RowsAt(sp[0], ss[0], ty);
         const auto cb = RowsAt(sp[1], ss[1], ty);
         const auto cr = RowsAt(sp[2], ss[2], ty);
         uint8_t* const row = dst.RowStart(j);
         return [=, dx = dst.dx](int32_t i, const auto& tx) {
-            write(Row(row, i, dx), yTable[Bilinear(y, tx)],
-                  ChromaTermsOf(cbTable[Bilinear(cb, tx)], crTable[Bilinear(cr, tx)]));
+            write(Row(row, i, dx), tables.y[Bilinear(y, tx)], tables.Chroma(Bilinear(cb, tx), Bilinear(cr, tx)));
         };
     });
     return kOk;

@@ -89,12 +89,15 @@ int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int
     // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3: strides that are not
     // multiples of 4 drift, as they always have on this path. Only whole groups of 8 pixels are
     // written; the last W mod 8 pixels of a row are left as they were.
+    const int32_t lumaStride = ss[0];  // a local: a store through dst could otherwise change ss[0]
     for (int32_t pair = 0; pair < (H >> 1); ++pair) {
+        const uint8_t* lumaBelow = luma + lumaStride;
+        uint8_t* dstBelow = dst + s0;
         for (int32_t g = 0; g < (W >> 3); ++g) {
             PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
-            PackGroup(dst + s0 + 16 * g, luma + ss[0] + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
+            PackGroup(dstBelow + 16 * g, lumaBelow + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
         }
-        luma += static_cast<ptrdiff_t>(ss[0] >> 1) * 4;
+        luma += static_cast<ptrdiff_t>(lumaStride >> 1) * 4;
         dst += static_cast<ptrdiff_t>(s0 >> 1) * 4;
         cb += ss[1] & ~3;
         cr += ss[2] & ~3;

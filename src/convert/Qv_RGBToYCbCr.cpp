@@ -49,28 +49,31 @@ inline uint8_t LumaOf(const RGB& c) {
     return static_cast<uint8_t>(((65 * c.r + 129 * c.g + 25 * c.b + kRound) >> 8) + 16);
 }
 
-// Rows and columns are taken in whole pairs (the library's sizes are multiples of 4).
+// One row of luma, every pixel.
+template <class Format>
+void LumaRow(const uint8_t* src, uint8_t* y, int32_t W) {
+    for (int32_t x = 0; x < W; ++x) y[x] = LumaOf<Format::kRound>(Format::Read(Row(src, x, Format::kBytes)));
+}
+
+// Rows and columns are taken in whole pairs (the library's sizes are multiples of 4). Each
+// destination row is written by its own loop (source and destination planes never overlap), so
+// that the compiler can vectorise the luma rows.
 template <class Format>
 void EncodeBlocks(const uint8_t* src, int32_t pitch, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
     constexpr int32_t kRound = Format::kRound;
+    const int32_t evenW = W & ~1;
     for (int32_t r = 0; r < (H >> 1); ++r) {
         const uint8_t* upper = Row(src, 2 * r, pitch);
         const uint8_t* lower = upper + Format::LowerRowOffset(pitch);
-        uint8_t* y0 = Row(dp[0], 2 * r, ds[0]);
-        uint8_t* y1 = Row(dp[0], 2 * r + 1, ds[0]);
+        LumaRow<Format>(upper, Row(dp[0], 2 * r, ds[0]), evenW);
+        LumaRow<Format>(lower, Row(dp[0], 2 * r + 1, ds[0]), evenW);
         uint8_t* cb = Row(dp[1], r, ds[1]);
         uint8_t* cr = Row(dp[2], r, ds[2]);
+        // The block's chroma comes from one corner of its lower row.
+        const uint8_t* corner = lower + Format::kChromaColumn * Format::kBytes;
         for (int32_t c = 0; c < (W >> 1); ++c) {
-            const uint8_t* u = upper + 2 * c * Format::kBytes;
-            const uint8_t* l = lower + 2 * c * Format::kBytes;
-            const RGB tl = Format::Read(u), tr = Format::Read(u + Format::kBytes);
-            const RGB bl = Format::Read(l), br = Format::Read(l + Format::kBytes);
-            y0[2 * c] = LumaOf<kRound>(tl);
-            y0[2 * c + 1] = LumaOf<kRound>(tr);
-            y1[2 * c] = LumaOf<kRound>(bl);
-            y1[2 * c + 1] = LumaOf<kRound>(br);
+            const RGB k = Format::Read(corner + 2 * c * Format::kBytes);
             // Signed sums, arithmetic shifts: rounding toward minus infinity.
-            const RGB& k = Format::kChromaColumn == 0 ? bl : br;
             cb[c] = static_cast<uint8_t>(((112 * k.b - 38 * k.r - 74 * k.g + kRound) >> 8) + 128);
             cr[c] = static_cast<uint8_t>(((112 * k.r - 94 * k.g - 18 * k.b + kRound) >> 8) + 128);
         }

@@ -10,7 +10,9 @@
 
 namespace {
 
-uint32_t Word(uint32_t r, uint32_t g, uint32_t b) { return r << 21 | g << 10 | b; }
+uint32_t Word(uint32_t r, uint32_t g, uint32_t b) {
+    return r << 21 | g << 10 | b;
+}
 constexpr uint32_t kMark = 0xDEADBEEF;  // never an interpolation word: it has guard bits set
 
 TEST(Kernels, ConvertSaturatesRedAndClearsBlue) {

@@ -12,7 +12,9 @@
 namespace rgbref {
 
 enum class Fmt { k565, kARGB, k888 };
-inline int32_t BytesOf(Fmt f) { return f == Fmt::k565 ? 2 : f == Fmt::kARGB ? 4 : 3; }
+inline int32_t BytesOf(Fmt f) {
+    return f == Fmt::k565 ? 2 : f == Fmt::kARGB ? 4 : 3;
+}
 
 // Three channels, or a weighted sum of them.
 struct Rgb {
@@ -38,7 +40,8 @@ inline Rgb Channels(const qv::QvImgPrcContext* c, uint8_t y, const Rgb& t, int s
 // Stored values, little-endian: RGB565; ARGB32; RGB888 as b | g << 8 | r << 16.
 inline uint32_t Out(Fmt f, const Rgb& c, uint8_t alpha) {
     if (f == Fmt::k565) return static_cast<uint32_t>(c.r << 11 | c.g << 5 | c.b);
-    return (f == Fmt::kARGB ? static_cast<uint32_t>(alpha) << 24 : 0u) | static_cast<uint32_t>(c.r << 16 | c.g << 8 | c.b);
+    return (f == Fmt::kARGB ? static_cast<uint32_t>(alpha) << 24 : 0u) |
+           static_cast<uint32_t>(c.r << 16 | c.g << 8 | c.b);
 }
 inline uint32_t Direct(const qv::QvImgPrcContext* c, Fmt f, uint8_t y, const Rgb& t, uint8_t alpha) {
     return f == Fmt::k565 ? Out(f, Channels(c, y, t, 10, 9, 10), 0) : Out(f, Channels(c, y, t, 7, 7, 7), alpha);
@@ -61,10 +64,13 @@ struct Frame {
     std::vector<uint8_t> y, cb, cr;
     const uint8_t* planes[3];
     Frame(int32_t w, int32_t h, uint32_t seed, int32_t extraRows = 0, bool equalChroma = false)
-        : W(w), H(h), strides{w + 3, w / 2 + 1, w / 2 + (equalChroma ? 1 : 4)},
+        : W(w),
+          H(h),
+          strides{w + 3, w / 2 + 1, w / 2 + (equalChroma ? 1 : 4)},
           y(static_cast<size_t>(strides[0]) * (h + extraRows)),
           cb(static_cast<size_t>(strides[1]) * ((h + extraRows + 1) / 2)),
-          cr(static_cast<size_t>(strides[2]) * ((h + extraRows + 1) / 2)), planes{y.data(), cb.data(), cr.data()} {
+          cr(static_cast<size_t>(strides[2]) * ((h + extraRows + 1) / 2)),
+          planes{y.data(), cb.data(), cr.data()} {
         qvtest::FillPattern(y.data(), y.size(), seed);
         qvtest::FillPattern(cb.data(), cb.size(), seed + 1);
         qvtest::FillPattern(cr.data(), cr.size(), seed + 2);
@@ -114,7 +120,8 @@ inline std::vector<uint32_t> Resample(const std::vector<Rgb>& s, int32_t W, int3
         int32_t w0, i0, w1, i1, k;  // w0 x s[p + i0] + w1 x s[p + i1] over 2^k, p the pair's first word
     };
     const std::vector<Tap> k23 = {{1, 0, 0, 0, 0}, {11, 0, 21, 1, 5}, {21, 1, 11, 2, 5}};
-    const std::vector<Tap> k25 = {{1, 0, 0, 0, 0}, {5, 0, 3, 1, 3}, {7, 0, 25, 1, 5}, {13, 1, 3, 2, 4}, {19, 1, 13, 2, 5}};
+    const std::vector<Tap> k25 = {
+        {1, 0, 0, 0, 0}, {5, 0, 3, 1, 3}, {7, 0, 25, 1, 5}, {13, 1, 3, 2, 4}, {19, 1, 13, 2, 5}};
     for (int32_t p = 0; p < W; p += 2) {
         // The last pair ends on its own last word; on the 320x240 path every group of four does.
         const bool closed = p + 2 >= W || (h == Horiz::k23Closed && p % 4 == 2);
@@ -147,8 +154,8 @@ enum class Shape {
     kCase3,    // 320x240 to 480x272: rows in eighths over passes of 14 rows, closed 2:3 groups
 };
 
-inline Picture Model(Shape shape, Horiz h, Fmt f, const qv::QvImgPrcContext* c, const Frame& fr, int32_t DW,
-                     int32_t DH, uint8_t a) {
+inline Picture Model(Shape shape, Horiz h, Fmt f, const qv::QvImgPrcContext* c, const Frame& fr, int32_t DW, int32_t DH,
+                     uint8_t a) {
     const int32_t W = fr.W, H = fr.H, cbS = fr.strides[1], crS = fr.strides[2];
     Picture p{DW, DH, std::vector<uint32_t>(static_cast<size_t>(DW) * DH)};
     auto lines = [&](auto lineOf) {
@@ -161,7 +168,8 @@ inline Picture Model(Shape shape, Horiz h, Fmt f, const qv::QvImgPrcContext* c, 
     switch (shape) {
         case Shape::kSame:
             for (int32_t y = 0; y < H; ++y)
-                for (int32_t x = 0; x < W; ++x) p.at(x, y) = Direct(c, f, fr.Y(x, y), fr.Terms(c, x / 2, y / 2, cbS), a);
+                for (int32_t x = 0; x < W; ++x)
+                    p.at(x, y) = Direct(c, f, fr.Y(x, y), fr.Terms(c, x / 2, y / 2, cbS), a);
             return p;
         case Shape::kScaled: {
             const int32_t xs = ((W - 1) << 16) / (DW - 1), ys = ((H - 1) << 16) / (DH - 1);
@@ -206,7 +214,8 @@ inline Picture Model(Shape shape, Horiz h, Fmt f, const qv::QvImgPrcContext* c, 
                 std::vector<uint32_t> line;
                 for (int32_t x = 0; x < W; ++x) {
                     if (doubled) line.push_back(Pack(f, Mix(1, w[x ? x - 1 : 0], 1, w[x]), 1, false, 0));
-                    line.push_back(doubled ? Pack(f, w[x], 0, false, 0) : Direct(c, f, fr.Y(x, sr), fr.Terms(c, x / 2, sr / 2, crS), 0));
+                    line.push_back(doubled ? Pack(f, w[x], 0, false, 0)
+                                           : Direct(c, f, fr.Y(x, sr), fr.Terms(c, x / 2, sr / 2, crS), 0));
                 }
                 for (int32_t x = 0; x < DW; ++x) p.at(x, j) = line[x * q + x * rem / DW];
             }

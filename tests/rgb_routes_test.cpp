@@ -145,14 +145,21 @@ ptrdiff_t Offset(const Route& rt, uint32_t code, int32_t x, int32_t y, int32_t w
         if (rt.rows == kPairs) return (Y >> 1) * ((s >> 1) * 4) + (Y & 1) * s + X * B;
         return Y * (rt.rows == kRound4 ? s & ~3 : s) + X * B;
     }
-    switch (code) {
-        case 1: return (w - 1 - X) * s + Y * B;
-        case 2: return X * s + (h - 1 - Y) * B;
-        case 3: return (h - 1 - Y) * s + s - B - X * B;  // the half turn starts from the stride's end
-        case 4: return Y * s + (w - 1 - X) * B;
-        case 5: return (h - 1 - Y) * s + X * B;
-        default: return Y * s + X * B;
-    }
+    // The rotation table; the half turn finds its first pixel from the stride's end.
+    if (code == 3) return (h - Y) * s - B - X * B;
+    const ptrdiff_t row = code == 1 ? w - 1 - X : code == 2 ? X : code == 5 ? h - 1 - Y : Y;
+    const ptrdiff_t col = code == 1 ? Y : code == 2 ? h - 1 - Y : code == 4 ? w - 1 - X : X;
+    return row * s + col * B;
+}
+
+int32_t OpOf(Fmt f) {
+    return f == k565 ? 0x003 : f == kARGB ? 0x005 : 0x004;
+}
+// RGB565 strides are 2 mod 4; ARGB32 odd unless rotated (the steps then keep their value); RGB888
+// odd with room for the pixels its unrounded steps move.
+int32_t StrideFor(const Route& r, Size s) {
+    const int32_t m = std::max(s.DW, s.DH);
+    return r.fmt == k565 ? 2 * m + 6 : 4 * m + (r.fmt == kARGB && r.codes > 1 ? 8 : 1);
 }
 
 // A context with lively tables, a frame, line buffers of the context's length with guards, and a
@@ -167,29 +174,26 @@ struct Rig {
     GuardedPlane dst;
     Args run;
     Rig(const Route& r, uint32_t code, Size s, bool equalChroma = false, int32_t strideGiven = 0)
-        : rt(r), c(qvtest::MakeParams(r.fmt == k565 ? 3 : r.fmt == kARGB ? 5 : 4, s.W, s.H, s.DW, s.DH, code, r.interp,
-                                      kAlpha)),
+        : rt(r),
+          c(qvtest::MakeParams(OpOf(r.fmt), s.W, s.H, s.DW, s.DH, code, r.interp, kAlpha)),
           f(s.W, s.H, 7 * code + s.W + 3 * s.DH, r.extraRows, equalChroma),
           lineBlocks(4, GuardedPlane((r.shape == kDoubled ? 8 : 4) * std::max(s.W, s.DW) + 16, 1)),
-          // RGB565 strides are 2 mod 4; ARGB32 odd unless rotated (the steps then keep their value);
-          // RGB888 odd with room for the pixels moved by its unrounded steps.
-          stride(strideGiven ? strideGiven
-                             : (r.fmt == k565 ? 2 : 4) * std::max(s.DW, s.DH) +
-                                   (r.fmt == k565 ? 6 : r.fmt == kARGB && r.codes > 1 ? 8 : 1)),
+          stride(strideGiven ? strideGiven : StrideFor(r, s)),
           dst(stride, (code == 1 || code == 2 ? s.DW : s.DH) + 2) {
         EXPECT_EQ(c.status, 0);
         const int32_t lively[3] = {150, 200, 255};  // channels reach both ends of their clamps
         EXPECT_EQ(qv::QV_ImgColorAdjustSet(c.ctx, lively), 0);
         for (int i = 0; i < 4; ++i) linePtrs[i] = reinterpret_cast<uint32_t*>(lineBlocks[i].data());
         qvtest::FillPattern(dst.data(), dst.size(), 99);
-        run = {c.ctx, reinterpret_cast<const qv::LineBuffers*>(&linePtrs), f.planes, f.strides, s.W, s.H, s.DW, s.DH,
-               dst.row(1), stride};
+        const auto* lines = reinterpret_cast<const qv::LineBuffers*>(&linePtrs);
+        run = {c.ctx, lines, f.planes, f.strides, s.W, s.H, s.DW, s.DH, dst.row(1), stride};
         uint8_t* const dp[3] = {run.dst, nullptr, nullptr};
         const int32_t ds[3] = {stride, 0, 0};
         EXPECT_EQ(qv::_QV_RotationInit(c.ctx, dp, s.DW, s.DH, ds), 0);
     }
     bool LinesIntact() const {
-        return std::all_of(lineBlocks.begin(), lineBlocks.end(), [](const GuardedPlane& p) { return p.guardsIntact(); });
+        return std::all_of(lineBlocks.begin(), lineBlocks.end(),
+                           [](const GuardedPlane& p) { return p.guardsIntact(); });
     }
 };
 
@@ -243,15 +247,16 @@ TEST_P(Routes, MatchTheModelInsideGuards) {
     const int32_t B = BytesOf(rt.fmt);
     for (int32_t y = 0; y < DH; ++y)
         for (int32_t x = 0; x < DW; ++x) {
-            const ptrdiff_t o = s.stride + Offset(rt, k.code, x, y, DW, DH, s.stride) +
-                                (moved ? (x >> 1) * dx + (y >> 1) * dy : 0);
+            const ptrdiff_t o =
+                s.stride + Offset(rt, k.code, x, y, DW, DH, s.stride) + (moved ? (x >> 1) * dx + (y >> 1) * dy : 0);
             for (int32_t i = 0; i < B; ++i) want[o + i] = static_cast<uint8_t>(pic.at(x, y) >> (8 * i));
         }
     const std::vector<uint8_t> got = s.dst.contents();
     size_t bad = 0, first = 0;
     for (size_t i = 0; i < got.size(); ++i)
         if (got[i] != want[i] && bad++ == 0) first = i;
-    EXPECT_EQ(bad, 0u) << "first at stored row " << static_cast<int64_t>(first / s.stride) - 1 << ", byte " << first % s.stride;
+    EXPECT_EQ(bad, 0u) << "first at stored row " << static_cast<int64_t>(first / s.stride) - 1 << ", byte "
+                       << first % s.stride;
     EXPECT_TRUE(s.dst.guardsIntact());
     EXPECT_TRUE(s.LinesIntact());
 }

@@ -61,14 +61,30 @@ struct Context {
     uint32_t rotation, interpolation;
     int32_t W, H, DW, DH;  // rounded down to multiples of 4
     uint32_t scale;
-    int64_t planeStride;   // work-plane stride: W rounded up to 16
+    int64_t planeStride;  // work-plane stride: W rounded up to 16
 };
 
 bool Supported(int32_t op) {
     switch (op) {
-        case 0x000: case 0x003: case 0x004: case 0x005: case 0x006: case 0x007: case 0x008:
-        case 0x103: case 0x203: case 0x204: case 0x205: case 0x300: case 0x303: case 0x305:
-        case 0x403: case 0x404: case 0x500: case 0x800: case 0x900:
+        case 0x000:
+        case 0x003:
+        case 0x004:
+        case 0x005:
+        case 0x006:
+        case 0x007:
+        case 0x008:
+        case 0x103:
+        case 0x203:
+        case 0x204:
+        case 0x205:
+        case 0x300:
+        case 0x303:
+        case 0x305:
+        case 0x403:
+        case 0x404:
+        case 0x500:
+        case 0x800:
+        case 0x900:
             return true;
         default:
             return false;
@@ -78,7 +94,14 @@ bool Supported(int32_t op) {
 // Operations that always write a picture of the source size (they never scale).
 bool NeverScales(int32_t op) {
     switch (op) {
-        case 0x006: case 0x007: case 0x008: case 0x300: case 0x305: case 0x500: case 0x800: case 0x900:
+        case 0x006:
+        case 0x007:
+        case 0x008:
+        case 0x300:
+        case 0x305:
+        case 0x500:
+        case 0x800:
+        case 0x900:
             return true;
         default:
             return false;
@@ -88,7 +111,12 @@ bool NeverScales(int32_t op) {
 // Operations that resample every frame, whatever the sizes.
 bool AlwaysResamples(int32_t op) {
     switch (op) {
-        case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
+        case 0x203:
+        case 0x204:
+        case 0x205:
+        case 0x303:
+        case 0x403:
+        case 0x404:
             return true;
         default:
             return false;
@@ -98,7 +126,15 @@ bool AlwaysResamples(int32_t op) {
 // Operations whose converters place packed pixels through the rotation record.
 bool PlacesThroughRecord(int32_t op) {
     switch (op) {
-        case 0x003: case 0x004: case 0x005: case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
+        case 0x003:
+        case 0x004:
+        case 0x005:
+        case 0x203:
+        case 0x204:
+        case 0x205:
+        case 0x303:
+        case 0x403:
+        case 0x404:
             return true;
         default:
             return false;
@@ -121,10 +157,14 @@ int32_t CreateContext(const QvCreateParams& p, Context* c, int64_t* contextBytes
         return -2;
     }
     *contextBytes = 4 * planeBytes + 15;
-    if (c->W == c->DW && c->H == c->DH) c->scale = kSame;
-    else if (c->W < c->DW && c->H < c->DH) c->scale = kUp;
-    else if (c->W > c->DW && c->H > c->DH) c->scale = kDown;
-    else c->scale = kMixed;
+    if (c->W == c->DW && c->H == c->DH)
+        c->scale = kSame;
+    else if (c->W < c->DW && c->H < c->DH)
+        c->scale = kUp;
+    else if (c->W > c->DW && c->H > c->DH)
+        c->scale = kDown;
+    else
+        c->scale = kMixed;
     if (c->op == 0x00A) {
         if (c->rotation != 0 || c->scale != kSame) return -3;
     } else if (!Supported(c->op) || c->rotation > 5) {
@@ -133,10 +173,14 @@ int32_t CreateContext(const QvCreateParams& p, Context* c, int64_t* contextBytes
     if (c->scale == kSame) return 0;
     if (c->rotation == 0 && c->interpolation == 1) {
         const int64_t sw = c->W, sh = c->H, dw = c->DW, dh = c->DH;
-        if (dw == 2 * sw && dh == 2 * sh) c->scale = kDouble;
-        else if (2 * dw == 5 * sw && dh == 2 * sh) c->scale = kWide25;
-        else if (sw == 320 && sh == 240 && dw == 480 && dh == 272) c->scale = kFixed320;
-        else if (2 * dw == 3 * sw) c->scale = kWide15;
+        if (dw == 2 * sw && dh == 2 * sh)
+            c->scale = kDouble;
+        else if (2 * dw == 5 * sw && dh == 2 * sh)
+            c->scale = kWide25;
+        else if (sw == 320 && sh == 240 && dw == 480 && dh == 272)
+            c->scale = kFixed320;
+        else if (2 * dw == 3 * sw)
+            c->scale = kWide15;
     }
     // Four line buffers of 4M + 16 bytes (8M + 32 for the near-linear upscaler), M the wider size.
     const int64_t m = std::max(c->W, c->DW);
@@ -160,12 +204,54 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
     PackedRecord r{};
     int64_t stepX = 0, stepY = 0;
     switch (rotation) {
-        case 0: stepX = 2 * B; stepY = 2 * s; r.d00 = 0; r.d10 = B; r.d01 = s; r.d11 = s + B; break;
-        case 1: stepX = -2 * s; stepY = 2 * B; r.d00 = (W - 1) * s; r.d10 = r.d00 - s; r.d01 = r.d00 + B; r.d11 = r.d10 + B; break;
-        case 2: stepX = 2 * s; stepY = -2 * B; r.d00 = (H - 1) * B; r.d10 = r.d00 + s; r.d01 = r.d00 - B; r.d11 = r.d10 - B; break;
-        case 3: stepX = -2 * B; stepY = -2 * s; r.d00 = H * s - B; r.d10 = r.d00 - B; r.d01 = r.d00 - s; r.d11 = r.d01 - B; break;
-        case 4: stepX = -2 * B; stepY = 2 * s; r.d00 = (W - 1) * B; r.d10 = r.d00 - B; r.d01 = r.d00 + s; r.d11 = r.d01 - B; break;
-        default: stepX = 2 * B; stepY = -2 * s; r.d00 = (H - 1) * s; r.d10 = r.d00 + B; r.d01 = r.d00 - s; r.d11 = r.d01 + B; break;
+        case 0:
+            stepX = 2 * B;
+            stepY = 2 * s;
+            r.d00 = 0;
+            r.d10 = B;
+            r.d01 = s;
+            r.d11 = s + B;
+            break;
+        case 1:
+            stepX = -2 * s;
+            stepY = 2 * B;
+            r.d00 = (W - 1) * s;
+            r.d10 = r.d00 - s;
+            r.d01 = r.d00 + B;
+            r.d11 = r.d10 + B;
+            break;
+        case 2:
+            stepX = 2 * s;
+            stepY = -2 * B;
+            r.d00 = (H - 1) * B;
+            r.d10 = r.d00 + s;
+            r.d01 = r.d00 - B;
+            r.d11 = r.d10 - B;
+            break;
+        case 3:
+            stepX = -2 * B;
+            stepY = -2 * s;
+            r.d00 = H * s - B;
+            r.d10 = r.d00 - B;
+            r.d01 = r.d00 - s;
+            r.d11 = r.d01 - B;
+            break;
+        case 4:
+            stepX = -2 * B;
+            stepY = 2 * s;
+            r.d00 = (W - 1) * B;
+            r.d10 = r.d00 - B;
+            r.d01 = r.d00 + s;
+            r.d11 = r.d01 - B;
+            break;
+        default:
+            stepX = 2 * B;
+            stepY = -2 * s;
+            r.d00 = (H - 1) * s;
+            r.d10 = r.d00 + B;
+            r.d01 = r.d00 - s;
+            r.d11 = r.d01 + B;
+            break;
     }
     // The record holds 32-bit steps.
     r.stepX = static_cast<int32_t>(static_cast<uint32_t>(stepX));
@@ -183,12 +269,36 @@ struct PlanarRecord {
 PlanarRecord Planar(uint32_t rotation, int64_t w, int64_t h, int64_t s) {
     int64_t sx, sy, start;
     switch (rotation) {
-        case 0: sx = 1; sy = s; start = 0; break;
-        case 1: sx = -s; sy = 1; start = (w - 1) * s; break;
-        case 2: sx = s; sy = -1; start = h - 1; break;
-        case 3: sx = -1; sy = -s; start = (h - 1) * s + w - 1; break;
-        case 4: sx = -1; sy = s; start = w - 1; break;
-        default: sx = 1; sy = -s; start = (h - 1) * s; break;
+        case 0:
+            sx = 1;
+            sy = s;
+            start = 0;
+            break;
+        case 1:
+            sx = -s;
+            sy = 1;
+            start = (w - 1) * s;
+            break;
+        case 2:
+            sx = s;
+            sy = -1;
+            start = h - 1;
+            break;
+        case 3:
+            sx = -1;
+            sy = -s;
+            start = (h - 1) * s + w - 1;
+            break;
+        case 4:
+            sx = -1;
+            sy = s;
+            start = w - 1;
+            break;
+        default:
+            sx = 1;
+            sy = -s;
+            start = (h - 1) * s;
+            break;
     }
     return {static_cast<int32_t>(static_cast<uint32_t>(sx)), static_cast<int32_t>(static_cast<uint32_t>(sy)), start};
 }
@@ -239,10 +349,22 @@ const char* DeinterlaceReads(Extent src[3], uint32_t fmt, uint32_t mode, const C
                 name = "picture_deinterlace_discard";
                 if (fmt < 2) src[i].Rows(chroma422 ? lines : lines - 1, ss[i], simpleBytes);
                 break;
-            case 3: name = "picture_deinterlace_bob"; if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes); break;
-            case 4: name = "picture_deinterlace_blend"; if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes); break;
-            case 5: name = "picture_deinterlace_mean"; if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes); break;
-            case 6: name = "picture_deinterlace_linear"; src[i].Rows(lines, ss[i], simpleBytes); break;
+            case 3:
+                name = "picture_deinterlace_bob";
+                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                break;
+            case 4:
+                name = "picture_deinterlace_blend";
+                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                break;
+            case 5:
+                name = "picture_deinterlace_mean";
+                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                break;
+            case 6:
+                name = "picture_deinterlace_linear";
+                src[i].Rows(lines, ss[i], simpleBytes);
+                break;
             case 7: {
                 // Luma is processed over the work pitch, chroma over the chroma width (bounded by
                 // both pitches).
@@ -266,7 +388,7 @@ struct Frame {
     const Context& c;
     const int32_t* ss;  // working source strides (the caller's when no deinterlacing)
     const int32_t* ds;
-    bool readsCaller;   // converters read the caller's source (no deinterlacing)
+    bool readsCaller;  // converters read the caller's source (no deinterlacing)
     bool crStepsByCbStride = false;
     Extent src[3];
     Extent dst[3];
@@ -320,8 +442,12 @@ struct Frame {
 };
 
 // (n >> 2) - 1 full groups of four (at least one) and a tail group; pairs likewise.
-int64_t Groups4(int64_t n) { return std::max<int64_t>((n >> 2) - 1, 1) + 1; }
-int64_t Groups2(int64_t n) { return std::max<int64_t>((n >> 1) - 1, 1) + 1; }
+int64_t Groups4(int64_t n) {
+    return std::max<int64_t>((n >> 2) - 1, 1) + 1;
+}
+int64_t Groups2(int64_t n) {
+    return std::max<int64_t>((n >> 1) - 1, 1) + 1;
+}
 
 const char* Route(Frame& f, bool adjustOn) {
     const Context& c = f.c;
@@ -521,8 +647,9 @@ const char* Route(Frame& f, bool adjustOn) {
             } else {
                 f.src[0].Rows(H, f.ss[0], 4 * W);
             }
-            const char* name = c.op == 0x300 ? "_QVRGB565ToYCbCr420" : c.op == 0x500 ? "_QVARGB32ToYCbCr420"
-                                                                                      : "_QVABGR32ToYCbCr420";
+            const char* name = c.op == 0x300   ? "_QVRGB565ToYCbCr420"
+                               : c.op == 0x500 ? "_QVARGB32ToYCbCr420"
+                                               : "_QVABGR32ToYCbCr420";
             if (!rot) {
                 f.Straight420(W, H);
                 return name;
@@ -620,8 +747,7 @@ FrameRule FrameBuffers(const FrameArgs& args) {
     }
     const bool rot = c.rotation != 0;
     if ((c.scale != kSame && !NeverScales(c.op)) || AlwaysResamples(c.op)) {
-        if (c.W > kMaxResampledSize || c.H > kMaxResampledSize)
-            return refuse("source too large for 16.16 positions");
+        if (c.W > kMaxResampledSize || c.H > kMaxResampledSize) return refuse("source too large for 16.16 positions");
     }
     if (rot && PlacesThroughRecord(c.op)) {
         const int64_t B = dstFormat == 3 ? 2 : dstFormat == 4 ? 3 : 4;

@@ -44,9 +44,8 @@ private:
 
 // Every supported operation, RGB555 output, and a few that Create must refuse.
 constexpr int32_t kOperations[] = {
-    0x000, 0x003, 0x004, 0x005, 0x006, 0x007, 0x008, 0x00A, 0x103, 0x203, 0x204, 0x205,
-    0x300, 0x303, 0x305, 0x403, 0x404, 0x500, 0x800, 0x900,
-    0x001, 0x002, 0x009, 0x00B, 0x104, 0x306, 0xA03, 0x0A00, -1, INT32_MAX,
+    0x000, 0x003, 0x004, 0x005, 0x006, 0x007, 0x008, 0x00A, 0x103, 0x203, 0x204, 0x205, 0x300,  0x303, 0x305,
+    0x403, 0x404, 0x500, 0x800, 0x900, 0x001, 0x002, 0x009, 0x00B, 0x104, 0x306, 0xA03, 0x0A00, -1,    INT32_MAX,
 };
 constexpr int32_t kTypicalSizes[] = {320, 240, 480, 272, 640, 800, 176, 144, 16, 8, 12, 20, 24, 28, 36, 44};
 
@@ -54,27 +53,47 @@ int32_t Size(Reader& in) {
     const uint8_t kind = in.Byte();
     const uint8_t v = in.Byte();
     switch (kind % 8) {
-        case 0: return 4 * (v % 17);                            // small multiples of 4, 0 included
-        case 1: return v;                                       // any small value
-        case 2: return 4 * (in.U16() % 600);                    // medium
-        case 3: return -static_cast<int32_t>(v % 40);            // zero and negative
-        case 4: return 32760 + v % 24;                          // around the 16.16 limit
-        case 5: return v & 1 ? INT32_MAX - (v >> 1) : INT32_MIN + (v >> 1);
-        case 6: return kTypicalSizes[v % (sizeof kTypicalSizes / sizeof kTypicalSizes[0])];
-        default: return static_cast<int32_t>(in.U32());
+        case 0:
+            return 4 * (v % 17);  // small multiples of 4, 0 included
+        case 1:
+            return v;  // any small value
+        case 2:
+            return 4 * (in.U16() % 600);  // medium
+        case 3:
+            return -static_cast<int32_t>(v % 40);  // zero and negative
+        case 4:
+            return 32760 + v % 24;  // around the 16.16 limit
+        case 5:
+            return v & 1 ? INT32_MAX - (v >> 1) : INT32_MIN + (v >> 1);
+        case 6:
+            return kTypicalSizes[v % (sizeof kTypicalSizes / sizeof kTypicalSizes[0])];
+        default:
+            return static_cast<int32_t>(in.U32());
     }
 }
 
 // Bytes of one row of a plane of `format` for a picture `width` pixels wide.
 int64_t RowBytes(int32_t format, int plane, int64_t width) {
     switch (format) {
-        case 0: case 1: return plane == 0 ? width : width / 2;
-        case 2: return width;
-        case 3: case 6: case 7: case 10: return 2 * width;
-        case 4: return 3 * width;
-        case 5: case 9: return 4 * width;
-        case 8: return width;
-        default: return width;
+        case 0:
+        case 1:
+            return plane == 0 ? width : width / 2;
+        case 2:
+            return width;
+        case 3:
+        case 6:
+        case 7:
+        case 10:
+            return 2 * width;
+        case 4:
+            return 3 * width;
+        case 5:
+        case 9:
+            return 4 * width;
+        case 8:
+            return width;
+        default:
+            return width;
     }
 }
 
@@ -84,15 +103,34 @@ int32_t Stride(Reader& in, int64_t natural) {
     const int64_t n = std::max<int64_t>(natural, 1);
     int64_t s;
     switch (kind % 10) {
-        case 0: case 1: s = n; break;                           // tight
-        case 2: s = n + (v % 64); break;                        // padded, any amount
-        case 3: s = (n + 15) & ~int64_t{15}; break;             // padded to 16
-        case 4: s = 1 + v % n; break;                           // smaller than the row
-        case 5: s = 0; break;                                   // missing
-        case 6: s = -(n + (v % 8)); break;                      // bottom-up
-        case 7: s = n + 1; break;                               // odd
-        case 8: s = static_cast<int8_t>(v); break;              // anything small
-        default: s = static_cast<int32_t>(in.U32()); break;     // anything
+        case 0:
+        case 1:
+            s = n;
+            break;  // tight
+        case 2:
+            s = n + (v % 64);
+            break;  // padded, any amount
+        case 3:
+            s = (n + 15) & ~int64_t{15};
+            break;  // padded to 16
+        case 4:
+            s = 1 + v % n;
+            break;  // smaller than the row
+        case 5:
+            s = 0;
+            break;  // missing
+        case 6:
+            s = -(n + (v % 8));
+            break;  // bottom-up
+        case 7:
+            s = n + 1;
+            break;  // odd
+        case 8:
+            s = static_cast<int8_t>(v);
+            break;  // anything small
+        default:
+            s = static_cast<int32_t>(in.U32());
+            break;  // anything
     }
     return static_cast<int32_t>(std::clamp<int64_t>(s, INT32_MIN, INT32_MAX));
 }
@@ -112,11 +150,16 @@ std::string Describe(const QvCreateParams& p) {
 
 QvResult ResultOf(int32_t status) {
     switch (status) {
-        case 0: return QV_S_OK;
-        case -1: return QV_E_INVALIDARG;
-        case -2: return QV_E_OUTOFMEMORY;
-        case -3: return QV_E_NOTIMPL;
-        default: return QV_S_FALSE;
+        case 0:
+            return QV_S_OK;
+        case -1:
+            return QV_E_INVALIDARG;
+        case -2:
+            return QV_E_OUTOFMEMORY;
+        case -3:
+            return QV_E_NOTIMPL;
+        default:
+            return QV_S_FALSE;
     }
 }
 
@@ -171,14 +214,40 @@ Outcome Host::Run() {
     const int64_t sw = params_.srcWidth, sh = params_.srcHeight;
     auto clamp32 = [](int64_t v) { return static_cast<int32_t>(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX)); };
     switch (ratio % 8) {
-        case 0: params_.dstWidth = params_.srcWidth; params_.dstHeight = params_.srcHeight; break;
-        case 1: params_.dstWidth = clamp32(2 * sw); params_.dstHeight = clamp32(2 * sh); break;
-        case 2: params_.dstWidth = clamp32(5 * sw / 2); params_.dstHeight = clamp32(2 * sh); break;
-        case 3: params_.dstWidth = clamp32(3 * sw / 2); params_.dstHeight = Size(in_); break;
-        case 4: params_.srcWidth = 320; params_.srcHeight = 240; params_.dstWidth = 480; params_.dstHeight = 272; break;
-        case 5: params_.dstWidth = clamp32(sw / 2); params_.dstHeight = clamp32(sh / 2); break;
-        case 6: params_.dstWidth = params_.srcHeight; params_.dstHeight = params_.srcWidth; break;
-        default: params_.dstWidth = Size(in_); params_.dstHeight = Size(in_); break;
+        case 0:
+            params_.dstWidth = params_.srcWidth;
+            params_.dstHeight = params_.srcHeight;
+            break;
+        case 1:
+            params_.dstWidth = clamp32(2 * sw);
+            params_.dstHeight = clamp32(2 * sh);
+            break;
+        case 2:
+            params_.dstWidth = clamp32(5 * sw / 2);
+            params_.dstHeight = clamp32(2 * sh);
+            break;
+        case 3:
+            params_.dstWidth = clamp32(3 * sw / 2);
+            params_.dstHeight = Size(in_);
+            break;
+        case 4:
+            params_.srcWidth = 320;
+            params_.srcHeight = 240;
+            params_.dstWidth = 480;
+            params_.dstHeight = 272;
+            break;
+        case 5:
+            params_.dstWidth = clamp32(sw / 2);
+            params_.dstHeight = clamp32(sh / 2);
+            break;
+        case 6:
+            params_.dstWidth = params_.srcHeight;
+            params_.dstHeight = params_.srcWidth;
+            break;
+        default:
+            params_.dstWidth = Size(in_);
+            params_.dstHeight = Size(in_);
+            break;
     }
     params_.alpha = in_.Byte();
     params_.colourValue = in_.Byte() < 128 ? in_.U32() : 0x108080;
@@ -208,8 +277,16 @@ Outcome Host::Run() {
         const uint8_t command = in_.Byte();
         bool ok = true;
         switch (command % 10) {
-            case 0: case 1: case 2: case 3: case 4: ok = Frame(); break;
-            case 5: ok = Adjust(); break;
+            case 0:
+            case 1:
+            case 2:
+            case 3:
+            case 4:
+                ok = Frame();
+                break;
+            case 5:
+                ok = Adjust();
+                break;
             case 6: {
                 const uint32_t colour = in_.U32();
                 if (api_->Set(handle_, QV_PROPERTY_COLOUR_VALUE, &colour) != QV_S_OK) ok = Fail("Set colour value");
@@ -221,9 +298,13 @@ Outcome Host::Run() {
                 uint32_t outSize = 0;
                 const uint32_t id = in_.Byte() % 4;
                 const QvResult g = api_->Get(handle_, id, values, 0, &outSize);
-                if (id == 0 || id == 3) ok = g == QV_E_NOTIMPL || Fail("Get with an unknown id");
-                else if (id == 2) ok = (g == QV_S_OK && static_cast<uint32_t>(values[0]) == params_.colourValue) || Fail("Get colour value");
-                else ok = g == QV_S_OK || g == QV_E_NOTIMPL || Fail("Get colour adjustment");
+                if (id == 0 || id == 3)
+                    ok = g == QV_E_NOTIMPL || Fail("Get with an unknown id");
+                else if (id == 2)
+                    ok = (g == QV_S_OK && static_cast<uint32_t>(values[0]) == params_.colourValue) ||
+                         Fail("Get colour value");
+                else
+                    ok = g == QV_S_OK || g == QV_E_NOTIMPL || Fail("Get colour adjustment");
                 break;
             }
             case 8: {
@@ -269,8 +350,8 @@ bool Host::Frame() {
     const int32_t op = params_.operation;
     const int32_t srcFormat = op >> 8, dstFormat = op & 0xFF;
     const int64_t W = params_.srcWidth & ~3, DW = params_.dstWidth & ~3;
-    const bool sourceSized = op == 0x006 || op == 0x007 || op == 0x008 || op == 0x300 || op == 0x305 ||
-                             op == 0x500 || op == 0x800 || op == 0x900;
+    const bool sourceSized = op == 0x006 || op == 0x007 || op == 0x008 || op == 0x300 || op == 0x305 || op == 0x500 ||
+                             op == 0x800 || op == 0x900;
     const bool quarterTurn = params_.rotation == 1 || params_.rotation == 2;
     const int64_t dstRowPixels = sourceSized ? W : quarterTurn ? (params_.dstHeight & ~3) : DW;
     FrameArgs args;
@@ -282,9 +363,8 @@ bool Host::Frame() {
     const uint8_t missing = planeFlags >= 0xF0 ? planeFlags & 0x3F : 0;
     const bool emptyBlocksForUnused = (planeFlags & 0x40) != 0;
 
-    const uint32_t mode = withOptions && options.deinterlaceMode != 0
-                              ? (srcFormat < 3 ? options.deinterlaceMode : 0)
-                              : deinterlaceMode_;
+    const uint32_t mode =
+        withOptions && options.deinterlaceMode != 0 ? (srcFormat < 3 ? options.deinterlaceMode : 0) : deinterlaceMode_;
     args.deinterlaceMode = mode;
     args.adjustOn = adjustOn_;
     const FrameRule rule = qv::rules::FrameBuffers(args);
@@ -316,8 +396,9 @@ bool Host::Frame() {
         if (!required && !emptyBlocksForUnused) return nullptr;
         if (stride > 0 && !s.empty() && s.begin < 0) {
             char text[160];
-            std::snprintf(text, sizeof text, "%s plane %d with stride %d would be touched %" PRId64
-                          " bytes before its pointer", side, i, stride, -s.begin);
+            std::snprintf(text, sizeof text,
+                          "%s plane %d with stride %d would be touched %" PRId64 " bytes before its pointer", side, i,
+                          stride, -s.begin);
             Fail(text);
             return nullptr;
         }
@@ -342,8 +423,8 @@ bool Host::Frame() {
     for (int i = 0; i < 3; ++i) {
         const int32_t walkStride = i == 2 && rule.crStepsByCbStride ? args.srcStrides[1] : args.srcStrides[i];
         srcPlanes[i] = make(rule.src[i], walkStride, i < rule.srcPlanes, (missing >> i) & 1, "source", i);
-        dstPlanes[i] = make(rule.dst[i], args.dstStrides[i], i < rule.dstPlanes, (missing >> (3 + i)) & 1,
-                            "destination", i);
+        dstPlanes[i] =
+            make(rule.dst[i], args.dstStrides[i], i < rule.dstPlanes, (missing >> (3 + i)) & 1, "destination", i);
     }
     if (std::getenv("QV_FUZZ_VERBOSE") != nullptr) {
         std::fprintf(stderr, "%s mode %u adjust %d strides src %d %d %d dst %d %d %d missing 0x%02X route %s%s%s\n",

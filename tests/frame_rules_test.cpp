@@ -84,26 +84,70 @@ const RouteCase kCases[] = {
 
 // Every converter the dispatcher can reach.
 const std::set<std::string> kRoutes = {
-    "_QVYCbCr420Copy", "_QVYCbCrAdjust", "_QVYCbCr420Rsz", "_QVYCbCr420RszAdjust", "_QVYCbCr420Rot",
-    "_QVYCbCr420RotAdjust", "_QVYCbCr420RszRot", "_QVYCbCr420RszRotAdjust", "_QVYCbCr420ToRGB565",
-    "_QVYCbCr420ToRGB565Rot", "_QVYCbCr420ToRGB565Rsz", "_QVYCbCr420ToRGB565RszRot", "_QVYCbCr420ToRGB565RszUp",
-    "_QVYCbCr420ToRGB565RszUpRot", "_QVYCbCr420ToRGB565RszUp_Nearest", "_QVYCbCr420ToRGB565RszUp_NearLinear",
-    "_QVYCbCr420ToRGB565Case1", "_QVYCbCr420ToRGB565Case2", "_QVYCbCr420ToRGB565Case3", "_QVYCbCr420ToRGB888",
-    "_QVYCbCr420ToRGB888Rot", "_QVYCbCr420ToRGB888Rsz", "_QVYCbCr420ToRGB888RszRot", "_QVYCbCr420ToRGB888RszUp",
-    "_QVYCbCr420ToARGB32", "_QVYCbCr420ToARGB32Rot", "_QVYCbCr420ToARGB32Rsz", "_QVYCbCr420ToARGB32RszRot",
-    "_QVYCbCr420ToARGB32RszUp", "_QVYCbCr420ToARGB32Case1", "_QVYCbCr420ToARGB32Case2", "_QVYCbCr420ToYUY2",
-    "_QVYCbCr420ToUYVY", "_QVYCbCr420ToNV12", "_QVYCbCr420ToRGB555", "_QVYCbCr422ToRGB565", "_QVYCbCr422ToRGB565Rsz",
-    "_QVYCbCr444ToRGB565RszRot", "_QVYCbCr444ToRGB888RszRot", "_QVYCbCr444ToARGB32RszRot", "_QVRGB565ToYCbCr420",
-    "_QVARGB32ToYCbCr420", "_QVABGR32ToYCbCr420", "_QVRGB565RszRot", "_QVRGB565ToARGB32",
-    "_QVRGB888ToRGB565RszRot", "_QVRGB888RszRot", "_QVNV12ToYCbCr420",
+    "_QVYCbCr420Copy",
+    "_QVYCbCrAdjust",
+    "_QVYCbCr420Rsz",
+    "_QVYCbCr420RszAdjust",
+    "_QVYCbCr420Rot",
+    "_QVYCbCr420RotAdjust",
+    "_QVYCbCr420RszRot",
+    "_QVYCbCr420RszRotAdjust",
+    "_QVYCbCr420ToRGB565",
+    "_QVYCbCr420ToRGB565Rot",
+    "_QVYCbCr420ToRGB565Rsz",
+    "_QVYCbCr420ToRGB565RszRot",
+    "_QVYCbCr420ToRGB565RszUp",
+    "_QVYCbCr420ToRGB565RszUpRot",
+    "_QVYCbCr420ToRGB565RszUp_Nearest",
+    "_QVYCbCr420ToRGB565RszUp_NearLinear",
+    "_QVYCbCr420ToRGB565Case1",
+    "_QVYCbCr420ToRGB565Case2",
+    "_QVYCbCr420ToRGB565Case3",
+    "_QVYCbCr420ToRGB888",
+    "_QVYCbCr420ToRGB888Rot",
+    "_QVYCbCr420ToRGB888Rsz",
+    "_QVYCbCr420ToRGB888RszRot",
+    "_QVYCbCr420ToRGB888RszUp",
+    "_QVYCbCr420ToARGB32",
+    "_QVYCbCr420ToARGB32Rot",
+    "_QVYCbCr420ToARGB32Rsz",
+    "_QVYCbCr420ToARGB32RszRot",
+    "_QVYCbCr420ToARGB32RszUp",
+    "_QVYCbCr420ToARGB32Case1",
+    "_QVYCbCr420ToARGB32Case2",
+    "_QVYCbCr420ToYUY2",
+    "_QVYCbCr420ToUYVY",
+    "_QVYCbCr420ToNV12",
+    "_QVYCbCr420ToRGB555",
+    "_QVYCbCr422ToRGB565",
+    "_QVYCbCr422ToRGB565Rsz",
+    "_QVYCbCr444ToRGB565RszRot",
+    "_QVYCbCr444ToRGB888RszRot",
+    "_QVYCbCr444ToARGB32RszRot",
+    "_QVRGB565ToYCbCr420",
+    "_QVARGB32ToYCbCr420",
+    "_QVABGR32ToYCbCr420",
+    "_QVRGB565RszRot",
+    "_QVRGB565ToARGB32",
+    "_QVRGB888ToRGB565RszRot",
+    "_QVRGB888RszRot",
+    "_QVNV12ToYCbCr420",
 };
 
 int32_t Bpp(int32_t format) {  // bytes a pixel of a packed format; 1 for planes of bytes
     switch (format) {
-        case 3: case 6: case 7: case 10: return 2;
-        case 4: return 3;
-        case 5: case 9: return 4;
-        default: return 1;
+        case 3:
+        case 6:
+        case 7:
+        case 10:
+            return 2;
+        case 4:
+            return 3;
+        case 5:
+        case 9:
+            return 4;
+        default:
+            return 1;
     }
 }
 
@@ -126,10 +170,14 @@ const StrideKind kStrideKinds[] = {StrideKind::kTight, StrideKind::kPadded, Stri
 int32_t StrideFor(StrideKind kind, int64_t rowBytes, int32_t unit) {
     const int64_t whole = (rowBytes + 3) & ~int64_t{3};  // whole pixels of every unit, and of 4
     switch (kind) {
-        case StrideKind::kTight: return static_cast<int32_t>(rowBytes);
-        case StrideKind::kPadded: return static_cast<int32_t>(whole + 4 * unit + 8);
-        case StrideKind::kOddPad: return static_cast<int32_t>(rowBytes + 13);
-        default: return static_cast<int32_t>(-(whole + 4 * unit));
+        case StrideKind::kTight:
+            return static_cast<int32_t>(rowBytes);
+        case StrideKind::kPadded:
+            return static_cast<int32_t>(whole + 4 * unit + 8);
+        case StrideKind::kOddPad:
+            return static_cast<int32_t>(rowBytes + 13);
+        default:
+            return static_cast<int32_t>(-(whole + 4 * unit));
     }
 }
 
@@ -152,7 +200,8 @@ Frame Plan(const RouteCase& rc, uint32_t rotation, StrideKind kind, uint32_t mod
     f.args.adjustOn = rc.adjust;
     const int32_t srcFormat = rc.op >> 8, dstFormat = rc.op & 0xFF;
     // Rotated RGB-to-4:2:0 frames place the source picture in the whole destination.
-    const bool sourceSized = SourceSized(rc.op) && !(rotation != 0 && (rc.op == 0x300 || rc.op == 0x500 || rc.op == 0x900));
+    const bool sourceSized =
+        SourceSized(rc.op) && !(rotation != 0 && (rc.op == 0x300 || rc.op == 0x500 || rc.op == 0x900));
     const int64_t pw = sourceSized ? rc.sw : rc.dw, ph = sourceSized ? rc.sh : rc.dh;
     const bool quarter = rotation == 1 || rotation == 2;
     for (int i = 0; i < 3; ++i) {
@@ -186,7 +235,9 @@ Block Allocate(const Span& s, uint32_t seed) {
 QvResult RunExact(const Frame& f, uint32_t mode, bool adjust) {
     QvHandle h = nullptr;
     const QvResult created = qv::QV_IMAGEPROC_Create(&h, 0, &f.args.params);
-    EXPECT_EQ(created, f.rule.createStatus == 0 ? QV_S_OK : f.rule.createStatus == -3 ? QV_E_NOTIMPL : QV_E_OUTOFMEMORY);
+    EXPECT_EQ(created, f.rule.createStatus == 0    ? QV_S_OK
+                       : f.rule.createStatus == -3 ? QV_E_NOTIMPL
+                                                   : QV_E_OUTOFMEMORY);
     if (created != QV_S_OK) return created;
     if (adjust) {
         const int32_t values[3] = {150, 100, 90};
@@ -213,9 +264,12 @@ QvResult RunExact(const Frame& f, uint32_t mode, bool adjust) {
 
 QvResult Expected(const FrameRule& rule) {
     switch (rule.status) {
-        case 0: return QV_S_OK;
-        case -1: return QV_E_INVALIDARG;
-        default: return QV_S_FALSE;
+        case 0:
+            return QV_S_OK;
+        case -1:
+            return QV_E_INVALIDARG;
+        default:
+            return QV_S_FALSE;
     }
 }
 
@@ -242,7 +296,8 @@ void CheckContract(const Frame& f, const RouteCase& rc, uint32_t mode, const std
                 rowBytes = i == 0 ? (rowBytes + 15) & ~int64_t{15} : (rowBytes + 7) & ~int64_t{7};
             }
             const int64_t a = stride > 0 ? 0 : (rows - 1) * stride;
-            const int64_t b = stride > 0 ? (rows - 1) * stride + std::max<int64_t>(stride, rowBytes) : std::max<int64_t>(-stride, rowBytes);
+            const int64_t b = stride > 0 ? (rows - 1) * stride + std::max<int64_t>(stride, rowBytes)
+                                         : std::max<int64_t>(-stride, rowBytes);
             EXPECT_GE(s.begin, a) << label << " source plane " << i;
             EXPECT_LE(s.end, b) << label << " source plane " << i;
         }
@@ -280,9 +335,9 @@ TEST(FrameRules, EveryDeinterlaceModeStaysInsideExactPlanes) {
     // Plane heights of 12 and 6 lines (not multiples of 8) and widths of 20 and 10 bytes (not
     // multiples of 16 or 8) reach every strip and padding case of the block mode.
     const RouteCase cases[] = {
-        {"yuv420", 0x003, 20, 12, 20, 12, 2}, {"yuv420_36x44", 0x000, 36, 44, 36, 44, 2},
+        {"yuv420", 0x003, 20, 12, 20, 12, 2},       {"yuv420_36x44", 0x000, 36, 44, 36, 44, 2},
         {"yuv420_case1", 0x003, 16, 12, 40, 24, 1}, {"yuv422", 0x103, 20, 12, 20, 12, 2},
-        {"yuv444", 0x204, 20, 12, 20, 12, 2}, {"yuv420_4x4", 0x005, 4, 4, 4, 4, 2},
+        {"yuv444", 0x204, 20, 12, 20, 12, 2},       {"yuv420_4x4", 0x005, 4, 4, 4, 4, 2},
     };
     for (const RouteCase& rc : cases) {
         for (uint32_t mode : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u, 0xFFFFFFFFu}) {

@@ -1,9 +1,12 @@
 // qv-convert end to end: the program is run as a user runs it, against the library under test.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <string>
-#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "qv_imageproc.h"
@@ -19,18 +22,15 @@ using namespace qvtest;
 // Three pattern frames come out as the pattern; raw -> NV12 -> raw and raw -> Y4M -> raw give them back.
 TEST(RoundTrip, PatternThroughRawNv12AndY4m) {
     TempDir dir;
-    auto run = RunTool(dir, "--size 64x48 --frames 3 --to i420 @/a.yuv");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    auto run = RunOk(dir, "--size 64x48 --frames 3 --to i420 @/a.yuv");
     ASSERT_EQ(Lines(run.err), 1u) << run.err;
     EXPECT_EQ(run.err.rfind("qv-convert: 3 frames (64x48 i420 -> 64x48 i420)", 0), 0u) << run.err;
     const std::string a = ReadFile(dir.file("a.yuv")), first = Bytes(PatternFrame("i420", 64, 48, 0));
     EXPECT_EQ(a, first + Bytes(PatternFrame("i420", 64, 48, 1)) + Bytes(PatternFrame("i420", 64, 48, 2)));
     EXPECT_NE(a.substr(0, first.size()), a.substr(first.size(), first.size()));  // the pattern moves
     for (const char* step : {"-f i420 --size 64x48 @/a.yuv @/b.nv12", "-f nv12 --size 64x48 @/b.nv12 @/c.i420",
-                             "-f i420 --size 64x48 @/a.yuv @/d.y4m", "@/d.y4m @/e.i420"}) {
-        run = RunTool(dir, step);
-        ASSERT_EQ(run.exitCode, 0) << step << ": " << run.err;
-    }
+                             "-f i420 --size 64x48 @/a.yuv @/d.y4m", "@/d.y4m @/e.i420"})
+        RunOk(dir, step);
     EXPECT_EQ(ReadFile(dir.file("b.nv12")).size(), a.size());
     EXPECT_EQ(ReadFile(dir.file("c.i420")), a);
     EXPECT_EQ(ReadFile(dir.file("d.y4m")).rfind("YUV4MPEG2 W64 H48 F25:1 Ip A1:1 C420jpeg\nFRAME\n" + first, 0), 0u);
@@ -59,8 +59,7 @@ TEST_P(Y4mThrough, KeepsHeaderAndFrames) {
     }
     TempDir dir;
     WriteFile(dir.file("in.y4m"), in);
-    const auto run = RunTool(dir, "--frames 2 --to " + to + " @/in.y4m @/out.y4m");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, "--frames 2 --to " + to + " @/in.y4m @/out.y4m");
     EXPECT_EQ(ReadFile(dir.file("out.y4m")), expected);
 }
 INSTANTIATE_TEST_SUITE_P(Formats, Y4mThrough, ::testing::Values("i420", "nv12", "yuy2", "uyvy"));
@@ -80,10 +79,8 @@ TEST_P(Stdout, DashWritesWhatAFileGets) {
     const bool in = !c.input.empty();
     TempDir dir;
     WriteFile(dir.file("in.y4m"), c.input);
-    const auto toFile = RunTool(dir, c.args + (in ? " @/in.y4m" : "") + " @/out." + c.ext);
-    const auto toStdout = RunTool(dir, c.args + (in ? " - -" : " -"), c.input);
-    ASSERT_EQ(toFile.exitCode, 0) << toFile.err;
-    ASSERT_EQ(toStdout.exitCode, 0) << toStdout.err;
+    const auto toFile = RunOk(dir, c.args + (in ? " @/in.y4m" : "") + " @/out." + c.ext);
+    const auto toStdout = RunOk(dir, c.args + (in ? " - -" : " -"), c.input);
     EXPECT_EQ(toFile.out, "");
     EXPECT_FALSE(toStdout.out.empty());
     EXPECT_EQ(toStdout.out, ReadFile(dir.file(std::string("out.") + c.ext)));
@@ -97,23 +94,22 @@ INSTANTIATE_TEST_SUITE_P(Outputs, Stdout, ::testing::Values(
     StdoutCase{"Y4mQuiet", "--size 16x8 --frames 2 --to y4m -q", "y4m", ""},
     StdoutCase{"Png", "--size 16x8 --to png", "png", ""},
     StdoutCase{"Y4m420WithANote", "--to y4m", "y4m", "YUV4MPEG2 W16 H8 It\nFRAME\n" + RandomBytes(192, 1)},
-    StdoutCase{"Y4m422", "--to rgb565", "raw", "YUV4MPEG2 W16 H8 C422\nFRAME\n" + RandomBytes(256, 2) + "FRAME\n" + RandomBytes(256, 3)},
+    StdoutCase{"Y4m422", "--to rgb565", "raw",
+               "YUV4MPEG2 W16 H8 C422\nFRAME\n" + RandomBytes(256, 2) + "FRAME\n" + RandomBytes(256, 3)},
     StdoutCase{"Y4m444", "--to rgb24 --scale 8x4", "raw", "YUV4MPEG2 W16 H8 C444\nFRAME\n" + RandomBytes(384, 4)}),
     [](const auto& info) { return std::string(info.param.name); });
 // clang-format on
 
+// A pipe (here with a reader already waiting) gets the data itself: no temporary file is renamed over it.
 TEST(Output, APipeIsWrittenInPlaceNotReplaced) {
     TempDir dir;
     ASSERT_EQ(mkfifo(dir.file("pipe").c_str(), 0600), 0);
-    std::string received;
-    std::thread reader([&] { received = ReadFile(dir.file("pipe")); });
-    const auto run = RunTool(dir, "--size 16x8 --to nv12 @/pipe");
-    reader.join();
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(received.size(), 16u * 8 * 3 / 2);
-    struct stat st;
-    ASSERT_EQ(stat(dir.file("pipe").c_str(), &st), 0);
-    EXPECT_TRUE(S_ISFIFO(st.st_mode));
+    const int reader = open(dir.file("pipe").c_str(), O_RDWR | O_NONBLOCK);
+    RunOk(dir, "--size 16x8 --to nv12 @/pipe");
+    char data[512];
+    EXPECT_EQ(read(reader, data, sizeof data), 16 * 8 * 3 / 2);
+    close(reader);
+    EXPECT_TRUE(std::filesystem::is_fifo(dir.file("pipe")));
     EXPECT_EQ(dir.entries(), std::vector<std::string>{"pipe"});
 }
 
@@ -121,8 +117,7 @@ TEST(Output, APipeIsWrittenInPlaceNotReplaced) {
 
 struct PngCase {
     const char* format;
-    const char* extra;
-    int bytesPerTwoPixels;  // of the raw output
+    const char* extra;  // more options
 };
 class PngOfEveryFormat : public ::testing::TestWithParam<PngCase> {};
 // The PNG shows the converted picture: the 4:2:0 source decoded, exactly for the YCbCr outputs (the
@@ -132,11 +127,7 @@ TEST_P(PngOfEveryFormat, ShowsThePicture) {
     const PngCase& c = GetParam();
     const FormatInfo& f = *FindFormat(c.format);
     TempDir dir;
-    for (const char* out : {" @/out.raw", " @/out.png"}) {
-        const auto run = RunTool(dir, std::string("--size 64x48 --to ") + c.format + c.extra + out);
-        ASSERT_EQ(run.exitCode, 0) << run.err;
-    }
-    EXPECT_EQ(ReadFile(dir.file("out.raw")).size(), 64u * 48 * c.bytesPerTwoPixels / 2);
+    RunOk(dir, std::string("--size 64x48 --to ") + c.format + c.extra + " @/out.png");
     const RgbaImage png = LoadPng(dir.file("out.png"));
     ASSERT_EQ(png.width, 64);
     ASSERT_EQ(png.height, 48);
@@ -157,10 +148,10 @@ TEST_P(PngOfEveryFormat, ShowsThePicture) {
     EXPECT_EQ(keyed > 0, f.code == QV_FORMAT_RGB555);  // the black bar and label match the key
 }
 INSTANTIATE_TEST_SUITE_P(Formats, PngOfEveryFormat,
-                         ::testing::Values(PngCase{"i420", "", 3}, PngCase{"nv12", "", 3}, PngCase{"yuy2", "", 4},
-                                           PngCase{"uyvy", "", 4}, PngCase{"rgb565", "", 4},
-                                           PngCase{"rgb555", " --colour-key 16,128,128", 4}, PngCase{"rgb24", "", 6},
-                                           PngCase{"argb", " --alpha 77", 8}),
+                         ::testing::Values(PngCase{"i420", ""}, PngCase{"nv12", ""}, PngCase{"yuy2", ""},
+                                           PngCase{"uyvy", ""}, PngCase{"rgb565", ""},
+                                           PngCase{"rgb555", " --colour-key 16,128,128"}, PngCase{"rgb24", ""},
+                                           PngCase{"argb", " --alpha 77"}),
                          [](const auto& info) { return std::string(info.param.format); });
 
 TEST(Png, InputIsFedToTheLibrary) {
@@ -169,19 +160,16 @@ TEST(Png, InputIsFedToTheLibrary) {
     DrawPattern(image, 32, 16, 5, false);
     WriteFile(dir.file("in.png"), PngBytes(image));
     // Fed as 4:2:0 through the copy route: the tool's own encoding comes out.
-    auto run = RunTool(dir, "--from i420 --to i420 @/in.png @/out.raw");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, "--from i420 --to i420 @/in.png @/out.raw");
     EXPECT_EQ(ReadFile(dir.file("out.raw")), Bytes(PatternFrame("i420", 32, 16, 5)));
     // Without --from the picture goes in as RGB; a Y4M output asks for 4:2:0.
-    run = RunTool(dir, "@/in.png @/out.y4m");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const auto run = RunOk(dir, "@/in.png @/out.y4m");
     EXPECT_NE(run.err.find("argb -> 32x16 i420"), std::string::npos) << run.err;
 }
 
 TEST(Png, OneFilePerFrameWithANumberedName) {
     TempDir dir;
-    const auto run = RunTool(dir, "--size 16x8 --frames 3 @/f-%02d.png");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, "--size 16x8 --frames 3 @/f-%02d.png");
     EXPECT_EQ(dir.entries(), (std::vector<std::string>{"f-01.png", "f-02.png", "f-03.png"}));
 }
 
@@ -200,8 +188,7 @@ TEST_P(Rotation, LumaLandsWhereTheTurnPutsItAndScaledSizesTurn) {
     const bool quarter = code == QV_ROTATE_90_CCW || code == QV_ROTATE_90_CW;
     const int32_t W = 32, H = 16, outW = quarter ? H : W;
     TempDir dir;
-    auto run = RunTool(dir, std::string("--size 32x16 --to i420 --rotate ") + GetParam().name + " @/out.raw");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, std::string("--size 32x16 --to i420 --rotate ") + GetParam().name + " @/out.raw");
     const std::string out = ReadFile(dir.file("out.raw"));
     ASSERT_EQ(out.size(), static_cast<size_t>(W * H * 3 / 2));
     const Frame source = PatternFrame("i420", W, H);
@@ -213,11 +200,9 @@ TEST_P(Rotation, LumaLandsWhereTheTurnPutsItAndScaledSizesTurn) {
                       source.row(0, y)[x])
                 << "source " << x << "," << y;
         }
-    run = RunTool(dir, std::string("--size 64x48 --scale=48x32 -r ") + GetParam().name + " --to rgb565 @/out.png");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, std::string("--size 64x48 --scale=48x32 -r ") + GetParam().name + " --to rgb565 @/out.png");
     const RgbaImage png = LoadPng(dir.file("out.png"));
-    EXPECT_EQ(png.width, quarter ? 32 : 48);
-    EXPECT_EQ(png.height, quarter ? 48 : 32);
+    EXPECT_EQ(std::pair(png.width, png.height), quarter ? std::pair(32, 48) : std::pair(48, 32));
 }
 INSTANTIATE_TEST_SUITE_P(Turns, Rotation,
                          ::testing::Values(Turn{"270", 1}, Turn{"90", 2}, Turn{"180", 3}, Turn{"mirror", 4},
@@ -226,28 +211,26 @@ INSTANTIATE_TEST_SUITE_P(Turns, Rotation,
 
 TEST(Adjust, SaturationZeroFlattensChromaAndKeepsLuma) {
     TempDir dir;
-    const auto run = RunTool(dir, "--size 64x48 --to i420 --saturation 0 @/out.raw");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    RunOk(dir, "--size 64x48 --to i420 --saturation 0 @/out.raw");
     const std::string source = Bytes(PatternFrame("i420", 64, 48));
     EXPECT_EQ(ReadFile(dir.file("out.raw")), source.substr(0, 64 * 48) + std::string(2 * 32 * 24, '\x80'));
 }
 
-TEST(Deinterlace, DiscardDoublesTheTopField) {
+// Discard keeps the top field of every plane and writes each of its lines twice.
+TEST(Deinterlace, DiscardDoublesTheTopFieldOfEveryPlane) {
     TempDir dir;
-    const auto run = RunTool(dir, "--size 64x48 --to i420 --deinterlace discard pattern:interlaced @/out.raw");
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const std::string out = ReadFile(dir.file("out.raw")), source = Bytes(PatternFrame("i420", 64, 48, 0, true));
-    ASSERT_EQ(out.size(), source.size());
-    EXPECT_NE(out.substr(0, 64 * 48), source.substr(0, 64 * 48));  // the bottom field differs
-    for (size_t r = 0; r < 48; ++r) EXPECT_EQ(out.substr(r * 64, 64), source.substr((r & ~size_t{1}) * 64, 64)) << r;
+    const std::string frame = RandomBytes(32 * 16 * 3 / 2, 9);
+    RunOk(dir, "--deinterlace discard - @/out.raw", "YUV4MPEG2 W32 H16 It\nFRAME\n" + frame);
+    std::string expected;
+    for (const auto& [at, width, rows] : {std::tuple{0, 32, 16}, {512, 16, 8}, {640, 16, 8}})
+        for (int r = 0; r < rows; ++r) expected += frame.substr(at + (r & ~1) * width, width);
+    EXPECT_EQ(ReadFile(dir.file("out.raw")), expected);
 }
 
 TEST(Launch, LibraryFoundBesideTheProgramAndVersion) {
     TempDir dir;
     EXPECT_EQ(RunTool(dir, "--size 16x8 @/out.raw", {}, false).exitCode, 0);
-    const auto version = RunTool(dir, "--version");
-    EXPECT_EQ(version.exitCode, 0);
-    EXPECT_EQ(version.out.rfind("qv-convert ", 0), 0u);
+    EXPECT_EQ(RunOk(dir, "--version").out.rfind("qv-convert ", 0), 0u);
 }
 
 }  // namespace

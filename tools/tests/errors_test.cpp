@@ -23,14 +23,10 @@ struct BadRun {
 
 const std::string kY4m = "YUV4MPEG2 W16 H8 F25:1\n";
 const std::string kFrame = "FRAME\n" + std::string(192, 'a');  // 16 x 8 4:2:0
-const std::string kPng30x20 = [] {
-    qvc::RgbaImage image;
-    image.resize(30, 20);
-    return PngBytes(image);
-}();
 const std::string kRaw = "-f i420 --size 16x16 @/in.yuv @/o.raw";
 
 // clang-format off
+const std::string kPng30x20 = PngBytes([] { qvc::RgbaImage i; i.resize(30, 20); return i; }());
 const BadRun kBadRuns[] = {
     // Arguments.
     {"UnknownOutputFormat", 2, "unknown output format 'i421'", "--to i421 @/o.raw"},

@@ -1,14 +1,8 @@
 // The pieces of qv-convert on their own: the display decoder and encoder of every format, Y4M
-// headers, source-frame padding and the pattern.
-#include <gtest/gtest.h>
-
+// headers and source frames.
 #include <string>
 #include <vector>
 
-#include "colour.h"
-#include "formats.h"
-#include "media.h"
-#include "pattern.h"
 #include "support.h"
 
 namespace qvc {
@@ -63,9 +57,9 @@ INSTANTIATE_TEST_SUITE_P(Formats, EveryFormat, ::testing::Values(
                {{0, {255, 0, 0, 255}}, {1, {0, 255, 0, 255}}, {2, {0, 0, 255, 255}}, {3, {255, 255, 255, 255}}}, 0},
     FormatCase{"rgb555", {{0x01, 0xF8, 0x00, 0xF8, 0x00, 0x00, 0xC1, 0x07}},
                {{0, {255, 0, 0, 255}}, {1, {255, 0, 0, 0}}, {2, {0, 0, 0, 0}}, {3, {0, 255, 0, 255}}}, 0},
-    FormatCase{"rgb24", {{10, 20, 30, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {30, 20, 10, 255}}}, 0},               // B G R
-    FormatCase{"argb", {{1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {3, 2, 1, 4}}}, 0},            // B G R A
-    FormatCase{"abgr", {{1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {1, 2, 3, 4}}}, 0},            // R G B A
+    FormatCase{"rgb24", {{10, 20, 30, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {30, 20, 10, 255}}}, 0},  // B G R
+    FormatCase{"argb", {{1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {3, 2, 1, 4}}}, 0},  // B G R A
+    FormatCase{"abgr", {{1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}}, {{0, {1, 2, 3, 4}}}, 0},  // R G B A
     FormatCase{"yuy2", {{235, 128, 16, 128, 16, 128, 235, 128}},
                {{0, {255, 255, 255, 255}}, {1, {0, 0, 0, 255}}, {2, {0, 0, 0, 255}}, {3, {255, 255, 255, 255}}}, 0},
     FormatCase{"uyvy", {{128, 16, 128, 235, 128, 235, 128, 16}}, {{0, {0, 0, 0, 255}}, {1, {255, 255, 255, 255}}}, 0},
@@ -83,7 +77,7 @@ TEST(Y4mHeader, MalformedOnesSayWhy) {
     // clang-format off
     const std::pair<const char*, const char*> cases[] = {
         {"YUV4MPEG W16 H16", "YUV4MPEG2"}, {"YUV4MPEG2 W16", "no height"}, {"YUV4MPEG2 H16", "no width"},
-        {"YUV4MPEG2 Wabc H16", "Wabc"}, {"YUV4MPEG2 W0 H16", "W0"}, {"YUV4MPEG2 W16 H16 Cmono", "Cmono is not supported"},
+        {"YUV4MPEG2 Wabc H16", "Wabc"}, {"YUV4MPEG2 W0 H16", "W0"}, {"YUV4MPEG2 W16 H16 Cmono", "Cmono is not"},
         {"YUV4MPEG2 W16 H16 C420p10", "420p10"}, {"YUV4MPEG2 W16 H16 Iz", "Iz"}, {"YUV4MPEG2 W16 H16 F30:0", "F30:0"},
         {"YUV4MPEG2 W16 H16 A1/1", "A1/1"}};
     // clang-format on
@@ -94,7 +88,7 @@ TEST(Y4mHeader, MalformedOnesSayWhy) {
     }
 }
 
-// ---- source frames and the pattern ---------------------------------------------------------------
+// ---- source frames ---------------------------------------------------------------------------
 
 // Source planes keep rows readable below the picture (the library reads up to five rows below a
 // plane, and a row to a multiple of 16 bytes), all black.

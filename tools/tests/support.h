@@ -16,8 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "colour.h"
-#include "formats.h"
 #include "media.h"
 #include "pattern.h"
 
@@ -37,8 +35,6 @@ public:
         if (mkdtemp(path_.data()) == nullptr) ADD_FAILURE() << "cannot make " << path_;
     }
     ~TempDir() { std::filesystem::remove_all(path_, ignored_); }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
     std::string file(const std::string& name) const { return path_ + "/" + name; }
     const std::string& path() const { return path_; }
     std::vector<std::string> entries() const {  // names in the directory, sorted
@@ -110,6 +106,13 @@ inline RunResult RunTool(const TempDir& dir, const std::string& args, const std:
     return result;
 }
 
+// RunTool for a run that should succeed.
+inline RunResult RunOk(const TempDir& dir, const std::string& args, const std::string& input = {}) {
+    RunResult run = RunTool(dir, args, input);
+    EXPECT_EQ(run.exitCode, 0) << args << ": " << run.err;
+    return run;
+}
+
 // The tight bytes of a picture, as a raw file holds them.
 inline std::string Bytes(const qvc::Frame& frame) {
     std::string out;
@@ -120,9 +123,9 @@ inline std::string Bytes(const qvc::Frame& frame) {
 }
 
 // The tool's test pattern encoded here as its pattern source makes it.
-inline qvc::Frame PatternFrame(const char* format, int32_t w, int32_t h, int64_t index = 0, bool interlaced = false) {
+inline qvc::Frame PatternFrame(const char* format, int32_t w, int32_t h, int64_t index = 0) {
     qvc::RgbaImage image;
-    qvc::DrawPattern(image, w, h, index, interlaced);
+    qvc::DrawPattern(image, w, h, index, false);
     qvc::Frame frame;
     qvc::AllocateFrame(frame, *qvc::FindFormat(format), w, h, qvc::Padding::kTight);
     qvc::EncodeImage(image, frame);

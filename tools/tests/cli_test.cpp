@@ -162,9 +162,10 @@ TEST(Png, InputIsFedToTheLibrary) {
     // Fed as 4:2:0 through the copy route: the tool's own encoding comes out.
     RunOk(dir, "--from i420 --to i420 @/in.png @/out.raw");
     EXPECT_EQ(ReadFile(dir.file("out.raw")), Bytes(PatternFrame("i420", 32, 16, 5)));
-    // Without --from the picture goes in as RGB; a Y4M output asks for 4:2:0.
-    const auto run = RunOk(dir, "@/in.png @/out.y4m");
-    EXPECT_NE(run.err.find("argb -> 32x16 i420"), std::string::npos) << run.err;
+    // Without --from the picture goes in as RGB (turned through the library's own planes); a Y4M output
+    // asks for 4:2:0.
+    const auto run = RunOk(dir, "-r 90 @/in.png @/out.y4m");
+    EXPECT_NE(run.err.find("argb -> 16x32 i420, rotate 90"), std::string::npos) << run.err;
 }
 
 TEST(Png, OneFilePerFrameWithANumberedName) {
@@ -200,7 +201,9 @@ TEST_P(Rotation, LumaLandsWhereTheTurnPutsItAndScaledSizesTurn) {
                       source.row(0, y)[x])
                 << "source " << x << "," << y;
         }
-    RunOk(dir, std::string("--size 64x48 --scale=48x32 -r ") + GetParam().name + " --to rgb565 @/out.png");
+    const auto run = RunOk(dir, std::string("--size 64x48 --scale=48x32 --interp nearest -r ") + GetParam().name +
+                                    " --to rgb565 @/out.png");
+    EXPECT_NE(run.err.find("scale nearest"), std::string::npos) << run.err;
     const RgbaImage png = LoadPng(dir.file("out.png"));
     EXPECT_EQ(std::pair(png.width, png.height), quarter ? std::pair(32, 48) : std::pair(48, 32));
 }
@@ -225,12 +228,15 @@ TEST(Deinterlace, DiscardDoublesTheTopFieldOfEveryPlane) {
     for (const auto& [at, width, rows] : {std::tuple{0, 32, 16}, {512, 16, 8}, {640, 16, 8}})
         for (int r = 0; r < rows; ++r) expected += frame.substr(at + (r & ~1) * width, width);
     EXPECT_EQ(ReadFile(dir.file("out.raw")), expected);
+    RunOk(dir, "--size 64x48 pattern:interlaced @/p.raw");  // its bottom field moves half a frame later
+    EXPECT_NE(ReadFile(dir.file("p.raw")), Bytes(PatternFrame("i420", 64, 48)));
 }
 
-TEST(Launch, LibraryFoundBesideTheProgramAndVersion) {
+TEST(Launch, LibraryFoundBesideTheProgramVersionAndHelp) {
     TempDir dir;
     EXPECT_EQ(RunTool(dir, "--size 16x8 @/out.raw", {}, false).exitCode, 0);
     EXPECT_EQ(RunOk(dir, "--version").out.rfind("qv-convert ", 0), 0u);
+    EXPECT_NE(RunOk(dir, "--help").out.find("--rotate"), std::string::npos);
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
-// Helpers shared by the tests: planes with guard bytes, deterministic content, contexts.
+// Helpers shared by the tests: planes with guard bytes, deterministic content, contexts, the
+// rotation table for expected pictures, and frames run through the dispatcher.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "core/qv_routines.h"
@@ -84,5 +87,85 @@ struct Context {
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
 };
+
+// Column and row at which sample (x, y) of a w x h picture lands under rotation `code` (0 none,
+// 1 and 2 quarter turns, 3 half turn, 4 mirror, 5 flip). A quarter turn stores the picture h wide.
+inline std::pair<int32_t, int32_t> RotatedPosition(uint32_t code, int32_t x, int32_t y, int32_t w, int32_t h) {
+    switch (code) {
+        case 0: return {x, y};
+        case 1: return {y, w - 1 - x};
+        case 2: return {h - 1 - y, x};
+        case 3: return {w - 1 - x, h - 1 - y};
+        case 4: return {w - 1 - x, y};
+        default: return {x, h - 1 - y};
+    }
+}
+inline bool QuarterTurn(uint32_t code) { return code == 1 || code == 2; }
+
+// A w x h picture of `bytes`-byte little-endian values, unrotated.
+struct Picture {
+    int32_t w, h, bytes;
+    std::vector<uint32_t> px;
+    Picture(int32_t w_, int32_t h_, int32_t b = 1) : w(w_), h(h_), bytes(b), px(static_cast<size_t>(w_) * h_) {}
+    // The top-left w x h samples of a byte plane.
+    Picture(const GuardedPlane& g, int32_t w_, int32_t h_) : Picture(w_, h_) {
+        for (int32_t y = 0; y < h; ++y) std::copy(g.row(y), g.row(y) + w, px.begin() + y * w);
+    }
+    uint32_t& at(int32_t x, int32_t y) { return px[static_cast<size_t>(y) * w + x]; }
+};
+
+// The destination's contents with the picture placed by rotation `code`, rows `rowBytes` apart
+// (0: the stride). A packed half turn lies against the right end of each row, as measured by the
+// stride; a planar one (one byte a sample) does not.
+inline std::vector<uint8_t> Placed(const GuardedPlane& dst, const Picture& im, uint32_t code, int32_t rowBytes = 0) {
+    rowBytes = rowBytes != 0 ? rowBytes : dst.stride();
+    std::vector<uint8_t> out = dst.contents();
+    for (int32_t y = 0; y < im.h; ++y)
+        for (int32_t x = 0; x < im.w; ++x) {
+            auto [c, r] = RotatedPosition(code, x, y, im.w, im.h);
+            if (code == 3 && im.bytes > 1) c += dst.stride() / im.bytes - im.w;
+            for (int32_t k = 0; k < im.bytes; ++k)
+                out[static_cast<size_t>(r) * rowBytes + static_cast<size_t>(c) * im.bytes + k] =
+                    static_cast<uint8_t>(im.px[static_cast<size_t>(y) * im.w + x] >> (8 * k));
+        }
+    return out;
+}
+
+// One side of a frame: a single guarded plane (packed formats) or three (planar YCbCr).
+struct Planes {
+    std::vector<GuardedPlane> p;
+    Planes(int32_t stride, int32_t rows, uint8_t fill = 0) { p.emplace_back(stride, rows, fill); }
+    // Luma cols x rows, chroma (cols / cdiv) x (rows / rdiv); each plane's rows carry a different
+    // padding, so that a mixed-up stride shows.
+    static Planes YCbCr(int32_t cols, int32_t rows, int32_t cdiv, int32_t rdiv, uint8_t fill = 0) {
+        Planes s(cols + 6, rows, fill);
+        s.p.emplace_back(cols / cdiv + 3, rows / rdiv, fill);
+        s.p.emplace_back(cols / cdiv + 5, rows / rdiv, fill);
+        return s;
+    }
+    void fillRandom(uint32_t seed) {
+        for (size_t i = 0; i < p.size(); ++i) FillPattern(p[i].data(), p[i].size(), seed + 17 * static_cast<uint32_t>(i));
+    }
+    bool guardsIntact() const {
+        return std::all_of(p.begin(), p.end(), [](const GuardedPlane& g) { return g.guardsIntact(); });
+    }
+    // Plane pointers and strides as the routines take them.
+    struct Arrays {
+        const uint8_t* in[3];
+        uint8_t* out[3];
+        int32_t stride[3];
+    };
+    Arrays arrays() {
+        Arrays a{};
+        for (size_t i = 0; i < p.size(); ++i) a.in[i] = a.out[i] = p[i].data(), a.stride[i] = p[i].stride();
+        return a;
+    }
+};
+
+// Runs one frame through the context from `src` into `dst`.
+inline int32_t RunFrame(const Context& c, Planes& src, Planes& dst) {
+    const Planes::Arrays s = src.arrays(), d = dst.arrays();
+    return qv::QV_ImgPrcOneFrame(c.ctx, s.in, s.stride, d.out, d.stride);
+}
 
 }  // namespace qvtest

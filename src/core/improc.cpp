@@ -73,6 +73,47 @@ int32_t EncodeThenRotate(QvImgPrcContext* ctx, int32_t W, int32_t H, int32_t DW,
     return kOk;
 }
 
+// These write a picture of the source size whatever the sizes.
+bool NeverScales(int32_t operation) {
+    switch (operation) {
+        case 0x006: case 0x007: case 0x008: case 0x300: case 0x305: case 0x500: case 0x800: case 0x900:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// These resample every frame, even between equal sizes.
+bool AlwaysResamples(int32_t operation) {
+    switch (operation) {
+        case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// Resampling positions are 16.16: a source row or column index above 32767 cannot be addressed,
+// and the step ((size - 1) << 16) / (n - 1) would wrap to a negative value.
+constexpr int32_t kMaxResampledSize = 32768;
+
+// The packed writers that place through the rotation record step by the record's strides rounded
+// to whole pixels (arithmetic shifts and masks), and the half turn starts from the stride: a
+// stride that is not a whole number of 16- or 32-bit pixels drifts the rows that step against the
+// stride out of the front of the plane, and a half turn with a stride below a row of the picture
+// starts before it. Such frames are refused, as a rotated destination smaller than the picture is.
+bool PlacementStaysInPlane(int32_t operation, uint32_t rotation, int32_t DW, int32_t stride) {
+    int64_t B;
+    switch (operation) {
+        case 0x003: case 0x203: case 0x303: case 0x403: B = 2; break;
+        case 0x004: case 0x204: case 0x404: B = 3; break;
+        case 0x005: case 0x205: B = 4; break;
+        default: return true;  // planar output, or a route that does not use the record
+    }
+    if (B != 3 && stride % B != 0) return false;
+    return rotation != 3 || stride >= B * DW;
+}
+
 }  // namespace
 
 int32_t QV_ImgPrcInit(void** handleSlot, const QvCreateParams* createParams, SizePair src, SizePair dst) {
@@ -174,6 +215,11 @@ int32_t QV_ImgPrcOneFrame(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3
 int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3],
                                const int32_t srcStrides[3], uint8_t* const dstPlanes[3],
                                const int32_t dstStrides[3]) {
+    // An empty picture has nothing to deinterlace or convert (a width below zero would reach the
+    // deinterlacer as a huge unsigned line length).
+    const int32_t W = ctx->srcWidth, H = ctx->srcHeight;
+    if (W <= 0 || H <= 0) return kOk;
+
     // 1. Deinterlaced frames are read from the context's work planes from here on.
     const uint8_t* const* sp = srcPlanes;
     const int32_t* ss = srcStrides;
@@ -189,23 +235,19 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     }
 
     // 2. Sizes; 3. this frame's placement.
-    const int32_t W = ctx->srcWidth, H = ctx->srcHeight;
     const int32_t DW = ctx->dstWidth, DH = ctx->dstHeight;
     const int32_t rotStatus = _QV_RotationInit(ctx, dstPlanes, DW, DH, dstStrides);
     if (rotStatus != kOk) return rotStatus;
 
-    // An empty picture, or an empty destination for a route that scales, has nothing to write.
-    if (W <= 0 || H <= 0) return kOk;
+    // An empty destination for a route that scales has nothing to write.
     const bool rot = ctx->rotation != 0;
     const uint32_t scale = ctx->scaleCase;
-    if (scale != kScaleSame && (DW <= 0 || DH <= 0)) {
-        switch (ctx->operation) {
-            case 0x006: case 0x007: case 0x008: case 0x300: case 0x305: case 0x500: case 0x800: case 0x900:
-                break;  // these never scale
-            default:
-                return kOk;
-        }
-    }
+    const bool scales = scale != kScaleSame && !NeverScales(ctx->operation);
+    if (scales && (DW <= 0 || DH <= 0)) return kOk;
+    // Refused frames write nothing; see each reason.
+    if ((scales || AlwaysResamples(ctx->operation)) && (W > kMaxResampledSize || H > kMaxResampledSize))
+        return kInvalidArg;
+    if (rot && !PlacementStaysInPlane(ctx->operation, ctx->rotation, DW, dstStrides[0])) return kInvalidArg;
 
     // 4. Exactly one converter.
     const QvRotationParams* prm = ctx->params;

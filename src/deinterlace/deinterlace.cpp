@@ -199,7 +199,7 @@ void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t s
             const uint8_t* sb = s + kBlock * c;
             uint8_t* db = d + kBlock * c;
             if (XDeint8x8Detect(sb, srcPitch) == 0)
-                XDeint8x8Merge(db, dstPitch, sb, 2 * srcPitch, sb + srcPitch, 2 * srcPitch);
+                XDeint8x8Merge(db, dstPitch, sb, 2 * srcPitch, Line(sb, 1, srcPitch), 2 * srcPitch);
             else if (c == 0 || c == columns - 1)  // the directional filter reaches 4 columns out
                 XDeint8x8FieldE(db, dstPitch, sb, srcPitch);
             else
@@ -415,7 +415,7 @@ void XDeint8x8Merge(uint8_t* dst, uint32_t dstPitch, const uint8_t* src1, uint32
 }
 
 void XDeint8x8FieldE(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
-    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, src + srcPitch, 2 * srcPitch,
+    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, Line(src, 1, srcPitch), 2 * srcPitch,
                [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
                    for (int32_t x = 0; x < kBlock; ++x) d[x] = static_cast<uint8_t>((a[x] + b[x]) >> 1);
                });
@@ -426,7 +426,7 @@ void XDeint8x8FieldE(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32
 // along the line: one pixel on, it gains the difference entering its span and loses the one
 // leaving it, which gives the same sums as adding all eight.
 void XDeint8x8Field(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
-    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, src + srcPitch, 2 * srcPitch,
+    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, Line(src, 1, srcPitch), 2 * srcPitch,
                [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
                    uint32_t c0 = DirectionCost(a, b, 0, -4, 2);   // upper left to lower right
                    uint32_t c1 = DirectionCost(a, b, 0, -3, 0);   // vertical

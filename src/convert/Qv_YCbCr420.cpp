@@ -50,34 +50,41 @@ int32_t _QVYCbCr420Copy(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlane
     return kOk;
 }
 
-int32_t _QVYCbCr420ToNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
+// The luma rows, then H >> 1 chroma rows moved between the Cb and Cr planes (p0, p1) and the
+// interleaved NV12 row (q): interleaved when `kToNV12`, split otherwise. Each side advances by its
+// own stride.
+template <bool kToNV12>
+int32_t MoveNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
     CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
     if (H < 2) return kOk;
     for (int32_t r = 0; r < (H >> 1); ++r) {
-        const uint8_t* cb = Row(sp[1], r, ss[1]);
-        const uint8_t* cr = Row(sp[2], r, ss[2]);
-        uint8_t* d = Row(dp[1], r, ds[1]);
-        for (int32_t i = 0; i < (W >> 1); ++i) {
-            d[2 * i] = cb[i];
-            d[2 * i + 1] = cr[i];
+        if constexpr (kToNV12) {
+            const uint8_t* cb = Row(sp[1], r, ss[1]);
+            const uint8_t* cr = Row(sp[2], r, ss[2]);
+            uint8_t* q = Row(dp[1], r, ds[1]);
+            for (int32_t i = 0; i < (W >> 1); ++i) {
+                q[2 * i] = cb[i];
+                q[2 * i + 1] = cr[i];
+            }
+        } else {
+            const uint8_t* q = Row(sp[1], r, ss[1]);
+            uint8_t* cb = Row(dp[1], r, ds[1]);
+            uint8_t* cr = Row(dp[2], r, ds[2]);
+            for (int32_t i = 0; i < (W >> 1); ++i) {
+                cb[i] = q[2 * i];
+                cr[i] = q[2 * i + 1];
+            }
         }
     }
     return kOk;
 }
 
+int32_t _QVYCbCr420ToNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
+    return MoveNV12<true>(sp, ss, W, H, dp, ds);
+}
+
 int32_t _QVNV12ToYCbCr420(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
-    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
-    if (H < 2) return kOk;
-    for (int32_t r = 0; r < (H >> 1); ++r) {
-        const uint8_t* s = Row(sp[1], r, ss[1]);
-        uint8_t* cb = Row(dp[1], r, ds[1]);
-        uint8_t* cr = Row(dp[2], r, ds[2]);
-        for (int32_t i = 0; i < (W >> 1); ++i) {
-            cb[i] = s[2 * i];
-            cr[i] = s[2 * i + 1];
-        }
-    }
-    return kOk;
+    return MoveNV12<false>(sp, ss, W, H, dp, ds);
 }
 
 int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {

@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, only those that are missing.
 #   scripts/deps.sh [extra-package ...]
 set -euo pipefail
-packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev "$@")
+packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

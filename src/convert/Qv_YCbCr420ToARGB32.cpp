@@ -8,32 +8,28 @@ using rgb::ARGB32Format;
 
 int32_t _QVYCbCr420ToARGB32(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                             int32_t H, uint8_t* d0, int32_t s0, uint8_t alpha) {
-    rgb::RowSink<ARGB32Format> sink{TablesOf(ctx), {alpha}, d0, s0};
-    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, ARGB32Format{alpha}, sp, ss, W, H, rgb::StraightRows<ARGB32Format>{d0, s0});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToARGB32Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H, uint8_t alpha) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<ARGB32Format> sink{TablesOf(ctx), {alpha}, *ctx->params};
-    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, ARGB32Format{alpha}, sp, ss, W, H, rgb::RotatedRows<ARGB32Format>{*ctx->params, {}, {}});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToARGB32Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H, uint8_t* d0, int32_t s0, int32_t DW, int32_t DH,
                                uint8_t alpha) {
-    rgb::RowSink<ARGB32Format> sink{TablesOf(ctx), {alpha}, d0, s0};
-    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    rgb::ConvertScaled(ctx, ARGB32Format{alpha}, sp, ss, W, H, DW, DH, rgb::StraightRows<ARGB32Format>{d0, s0});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToARGB32RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                   int32_t H, int32_t DW, int32_t DH, uint8_t alpha) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<ARGB32Format> sink{TablesOf(ctx), {alpha}, *ctx->params};
-    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    rgb::ConvertScaled(ctx, ARGB32Format{alpha}, sp, ss, W, H, DW, DH, rgb::RotatedRows<ARGB32Format>{*ctx->params, {}, {}});
     return kOk;
 }
 

@@ -8,31 +8,27 @@ using rgb::RGB888Format;
 
 int32_t _QVYCbCr420ToRGB888(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                             int32_t H, uint8_t* d0, int32_t s0) {
-    rgb::RowSink<RGB888Format> sink{TablesOf(ctx), {}, d0, s0};
-    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, RGB888Format{}, sp, ss, W, H, rgb::StraightRows<RGB888Format>{d0, s0});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToRGB888Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<RGB888Format> sink{TablesOf(ctx), {}, *ctx->params};
-    WalkBlocks<rgb::kCrStepsByCbStride>(sp, ss, W, H, sink);
+    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, RGB888Format{}, sp, ss, W, H, rgb::RotatedRows<RGB888Format>{*ctx->params, {}, {}});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToRGB888Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H, uint8_t* d0, int32_t s0, int32_t DW, int32_t DH) {
-    rgb::RowSink<RGB888Format> sink{TablesOf(ctx), {}, d0, s0};
-    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    rgb::ConvertScaled(ctx, RGB888Format{}, sp, ss, W, H, DW, DH, rgb::StraightRows<RGB888Format>{d0, s0});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToRGB888RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                   int32_t H, int32_t DW, int32_t DH) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::RotatedSink<RGB888Format> sink{TablesOf(ctx), {}, *ctx->params};
-    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    rgb::ConvertScaled(ctx, RGB888Format{}, sp, ss, W, H, DW, DH, rgb::RotatedRows<RGB888Format>{*ctx->params, {}, {}});
     return kOk;
 }
 

@@ -1,45 +1,73 @@
 // Planar 4:4:4 to RGB565, RGB888 and ARGB32, always resampled and placed through the scale and
 // rotation parameters. Y, Cb and Cr are each interpolated before conversion, not the RGB.
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "convert/resample.h"
+#include "core/kernel_table.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
 namespace {
 
-// Pixel writers: the destination unit (as a shift of the two-pixel step and its byte size) and
-// how one converted pixel is packed and stored.
-struct WriteRGB565 {
-    static constexpr int kShift = 2, kUnitBytes = 2;
-    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { Store16(p, PixelRGB565(y, t)); }
+// Destination units: the record's two-pixel steps become pixel steps by an arithmetic shift
+// (kShift) in units of kUnitBytes; a pixel is kBytes.
+struct RGB565Out {
+    static constexpr int kShift = 2, kUnitBytes = 2, kBytes = 2;
+    static RowKernel Kernel(const KernelTable& k) { return k.row444ToRGB565; }
 };
-struct WriteRGB888 {
-    static constexpr int kShift = 1, kUnitBytes = 1;
-    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { StoreRGB888(p, PixelRGB8(y, t)); }
+struct RGB888Out {
+    static constexpr int kShift = 1, kUnitBytes = 1, kBytes = 3;
+    static RowKernel Kernel(const KernelTable& k) { return k.row444ToRGB888; }
 };
-struct WriteARGB32 {
-    static constexpr int kShift = 3, kUnitBytes = 4;
-    uint8_t alpha;
-    void operator()(uint8_t* p, int32_t y, const ChromaTerms& t) const { Store32(p, PixelARGB32(y, t, alpha)); }
+struct ARGB32Out {
+    static constexpr int kShift = 3, kUnitBytes = 4, kBytes = 4;
+    static RowKernel Kernel(const KernelTable& k) { return k.row444ToARGB32; }
 };
 
-template <class Writer>
+constexpr int32_t kChunk = 512;  // pixels per kernel call through scratch rows
+
+// Each destination row: the three planes' samples (the source rows themselves at equal sizes,
+// bilinear samples otherwise) converted by the row kernel, straight into the row when its pixels
+// are adjacent, else into a scratch row placed pixel by pixel.
+template <class Out>
 int32_t Resample444(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H, int32_t DW,
-                    int32_t DH, Writer write) {
+                    int32_t DH, uint32_t arg) {
     if (ctx->params == nullptr) return kInvalidArg;
-    const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*ctx->params);
+    // Destination sizes below 2 have no step (the library's sizes are multiples of 4).
+    if (W < 1 || H < 1 || DW < 2 || DH < 2) return kOk;
+    const Placement dst = PlacementOf<Out::kShift, Out::kUnitBytes>(*ctx->params);
+    const RowKernel kernel = Out::Kernel(Kernels());
     const ConvTables tables = TablesOf(ctx);
-    WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
-        const auto y = RowsAt(sp[0], ss[0], ty);
-        const auto cb = RowsAt(sp[1], ss[1], ty);
-        const auto cr = RowsAt(sp[2], ss[2], ty);
+    const int32_t stepX = ScaleStep(W, DW), stepY = ScaleStep(H, DH);
+    const bool sameSize = W == DW && H == DH;  // every position on a whole sample
+    const bool straight = dst.dx == Out::kBytes;
+    uint8_t samples[3][kChunk];
+    uint8_t scratch[kChunk * Out::kBytes];
+    for (int32_t j = 0; j < DH; ++j) {
         uint8_t* const row = dst.RowStart(j);
-        return [=, dx = dst.dx](int32_t i, const auto& tx) {
-            write(Row(row, i, dx), tables.y[Bilinear(y, tx)], tables.Chroma(Bilinear(cb, tx), Bilinear(cr, tx)));
-        };
-    });
+        const Tap ty = TapAt(ScalePosition(j, stepY), H);
+        const int32_t chunk = sameSize && straight ? DW : kChunk;
+        for (int32_t x0 = 0; x0 < DW; x0 += chunk) {
+            const int32_t n = std::min(chunk, DW - x0);
+            const uint8_t* in[3];
+            for (int p = 0; p < 3; ++p) {
+                if (sameSize) {
+                    in[p] = Row(sp[p], j, ss[p]) + x0;
+                } else {
+                    BilinearRow(RowsAt(sp[p], ss[p], ty), W, stepX, x0, n, samples[p]);
+                    in[p] = samples[p];
+                }
+            }
+            uint8_t* const out = straight ? Row(row, x0, dst.dx) : scratch;
+            kernel(in[0], in[1], in[2], out, n, tables, arg);
+            if (!straight) {
+                for (int32_t i = 0; i < n; ++i) std::memcpy(Row(row, x0 + i, dst.dx), scratch + i * Out::kBytes, Out::kBytes);
+            }
+        }
+    }
     return kOk;
 }
 
@@ -47,17 +75,17 @@ int32_t Resample444(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_
 
 int32_t _QVYCbCr444ToRGB565RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                                   int32_t DW, int32_t DH) {
-    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteRGB565{});
+    return Resample444<RGB565Out>(ctx, sp, ss, W, H, DW, DH, 0);
 }
 
 int32_t _QVYCbCr444ToRGB888RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                                   int32_t DW, int32_t DH) {
-    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteRGB888{});
+    return Resample444<RGB888Out>(ctx, sp, ss, W, H, DW, DH, 0);
 }
 
 int32_t _QVYCbCr444ToARGB32RszRot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                                   int32_t DW, int32_t DH, uint8_t alpha) {
-    return Resample444(ctx, sp, ss, W, H, DW, DH, WriteARGB32{alpha});
+    return Resample444<ARGB32Out>(ctx, sp, ss, W, H, DW, DH, alpha);
 }
 
 }  // namespace qv

@@ -73,6 +73,11 @@ inline uint8_t Bilinear(const RowPair& r, const Tap& tx) {
 }
 inline uint8_t Bilinear(const uint8_t* row, const WholeTap& tx) { return row[tx.i0]; }
 
+// Bilinear samples of a byte plane for destination columns x0 .. x0 + n - 1 of the row under ty.
+inline void BilinearRow(const RowPair& rows, int32_t W, int32_t stepX, int32_t x0, int32_t n, uint8_t* out) {
+    for (int32_t i = 0; i < n; ++i) out[i] = Bilinear(rows, TapAt(ScalePosition(x0 + i, stepX), W));
+}
+
 // Destination pixel (i, j) through the packed parameter record. The record's steps count bytes
 // for two pixels and two rows; each destination unit converts them with its own arithmetic
 // shift (16-bit: >> 2 units, RGB888: >> 1 bytes, 32-bit: >> 3 units), so negative steps work.

@@ -1,9 +1,10 @@
-// The algorithm shapes shared by the 4:2:0 to RGB565, ARGB32 and RGB888 converters. Each shape
-// is written once; the named routines of the three family files instantiate it with a pixel
-// format (how one pixel is packed and stored) and name their addressing quirks there.
+// The algorithm shapes shared by the 4:2:0 to RGB565, ARGB32, RGB888 and RGB555 converters. Each
+// shape is written once; the named routines of the family files instantiate it with a pixel
+// format and name their addressing quirks there.
 //
-// - 2x2 block sinks for the same-size and single-pass scaled routes (`WalkBlocks`,
-//   `WalkScaledBlocks` of pixel.h): straight rows or rotated through the parameter record.
+// - The row-pair driver of the same-size and single-pass scaled routes: source rows (the picture's
+//   own, or scaled into scratch rows) converted by a row-pair kernel of the kernel table into
+//   straight destination rows, or into scratch rows placed through the rotation record.
 // - The line-cache upscaler: converted source rows cached in three line buffers, blended
 //   vertically into the fourth and written by a row writer (one kernel of kernels.h).
 // - The 2x vertical / fixed horizontal upscaler (width x 2.5, height x 2).
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/kernel_table.h"
 #include "core/kernels.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
@@ -28,7 +30,8 @@ struct RGB565Format {
     static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
     // Rotated steps lose their lowest bit (a 16-bit pixel never starts at an odd offset).
     static constexpr int32_t kRotatedStepMask = ~1;
-    void Store(uint8_t* p, int32_t y, const ChromaTerms& t) const { Store16(p, PixelRGB565(y, t)); }
+    static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB565; }
+    uint32_t Arg() const { return 0; }
 };
 
 struct ARGB32Format {
@@ -39,9 +42,8 @@ struct ARGB32Format {
     static int32_t RowPairAdvance(int32_t stride) { return (stride >> 1) * 4; }
     // Rotated steps are rounded down to a multiple of 4 bytes.
     static constexpr int32_t kRotatedStepMask = ~3;
-    void Store(uint8_t* p, int32_t y, const ChromaTerms& t) const {
-        Store32(p, PixelARGB32(y, t, alpha));
-    }
+    static RowPairKernel Kernel(const KernelTable& k) { return k.pairToARGB32; }
+    uint32_t Arg() const { return alpha; }
 };
 
 struct RGB888Format {
@@ -49,64 +51,139 @@ struct RGB888Format {
     // Strides and steps are used as they are: a 3-byte pixel has no alignment to keep.
     static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
     static constexpr int32_t kRotatedStepMask = ~0;
-    void Store(uint8_t* p, int32_t y, const ChromaTerms& t) const {
-        StoreRGB888(p, PixelRGB8(y, t));
-    }
+    static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB888; }
+    uint32_t Arg() const { return 0; }
+};
+
+// Masked RGB555 with a colour key, never rotated or scaled.
+struct RGB555Format {
+    uint32_t key;
+    static constexpr int32_t kBytes = 2;
+    static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
+    static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB555; }
+    uint32_t Arg() const { return key; }
 };
 
 // The same-size and rotated routines take one chroma stride: the Cr row advances by the Cb
 // stride, as their callers always pass equal chroma strides.
 constexpr bool kCrStepsByCbStride = true;
 
-// ---- 2x2 block sinks ------------------------------------------------------------------------
+// ---- the row-pair driver --------------------------------------------------------------------
 
-// Converts the four pixels of a block with the block's shared chroma terms and stores them at
-// upper-left, upper-right, lower-left and lower-right.
-template <class Format>
-inline void PutBlock(const ConvTables& tables, const Format& fmt, const Block& b, uint8_t* p00,
-                     uint8_t* p10, uint8_t* p01, uint8_t* p11) {
-    const ChromaTerms t = tables.Chroma(b.cb, b.cr);
-    fmt.Store(p00, tables.y[b.y00], t);
-    fmt.Store(p10, tables.y[b.y01], t);
-    fmt.Store(p01, tables.y[b.y10], t);
-    fmt.Store(p11, tables.y[b.y11], t);
-}
+// Pixels per kernel call where rows go through scratch rows.
+constexpr int32_t kChunk = 512;
+
+struct RowPairIn {
+    const uint8_t *y0, *y1, *cb, *cr;
+};
+struct RowPairOut {
+    uint8_t *d0, *d1;
+};
+
+// Same size: row pair k is luma rows 2k and 2k + 1 and chroma row k of the picture.
+template <bool kCrByCbStride>
+struct PictureRows {
+    static constexpr bool kBuffered = false;
+    const uint8_t* const* sp;
+    const int32_t* ss;
+    RowPairIn At(int32_t k, int32_t x0, int32_t /*n*/) const {
+        const uint8_t* y0 = Row(sp[0], 2 * k, ss[0]) + x0;
+        return {y0, y0 + ss[0], Row(sp[1], k, ss[1]) + x0 / 2, Row(sp[2], k, kCrByCbStride ? ss[1] : ss[2]) + x0 / 2};
+    }
+};
+
+// Scaled: the samples of destination row pair k (bilinear luma, nearest chroma) in scratch rows.
+struct ScaledRows {
+    static constexpr bool kBuffered = true;
+    const uint8_t* const* sp;
+    const int32_t* ss;
+    int32_t W, H, xstep, ystep;
+    uint8_t y0[kChunk], y1[kChunk], cb[kChunk / 2], cr[kChunk / 2];
+    ScaledRows(const uint8_t* const* p, const int32_t* s, int32_t w, int32_t h, int32_t dw, int32_t dh)
+        : sp(p), ss(s), W(w), H(h), xstep(ScaleStep(w, dw)), ystep(ScaleStep(h, dh)) {}
+    RowPairIn At(int32_t k, int32_t x0, int32_t n) {
+        const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
+        for (int32_t i = 0; i < n; i += 2) {
+            const Block b = ScaledBlockAt(rows, W, xstep, (x0 + i) >> 1);
+            y0[i] = b.y00;
+            y0[i + 1] = b.y01;
+            y1[i] = b.y10;
+            y1[i + 1] = b.y11;
+            cb[i >> 1] = b.cb;
+            cr[i >> 1] = b.cr;
+        }
+        return {y0, y1, cb, cr};
+    }
+};
 
 // Straight rows: row pair k starts at k row-pair advances from the destination, its lower row
 // one stride below.
 template <class Format>
-struct RowSink {
-    ConvTables tables;
-    Format fmt;
+struct StraightRows {
+    static constexpr bool kBuffered = false;
     uint8_t* dst;
     int32_t stride;
-    uint8_t* upper = nullptr;
-
-    void BeginRowPair(int32_t k) { upper = Row(dst, k, Format::RowPairAdvance(stride)); }
-    void Put(int32_t j, const Block& b) {
-        uint8_t* p = upper + static_cast<ptrdiff_t>(j) * 2 * Format::kBytes;
-        uint8_t* q = p + stride;
-        PutBlock(tables, fmt, b, p, p + Format::kBytes, q, q + Format::kBytes);
+    RowPairOut At(int32_t k, int32_t x0) const {
+        uint8_t* upper = Row(dst, k, Format::RowPairAdvance(stride)) + static_cast<ptrdiff_t>(x0) * Format::kBytes;
+        return {upper, upper + stride};
     }
+    void Place(int32_t, int32_t, int32_t) const {}
 };
 
 // Rotated: the block of row pair k, column pair j goes to dst00..dst11 plus j x stepX plus
 // k x stepY, both steps rounded as the format asks.
 template <class Format>
-struct RotatedSink {
-    ConvTables tables;
-    Format fmt;
+struct RotatedRows {
+    static constexpr bool kBuffered = true;
     QvRotationParams prm;
-    ptrdiff_t rowOffset = 0;
-
-    void BeginRowPair(int32_t k) {
-        rowOffset = static_cast<ptrdiff_t>(k) * (prm.stepY & Format::kRotatedStepMask);
-    }
-    void Put(int32_t j, const Block& b) {
-        const ptrdiff_t o = rowOffset + static_cast<ptrdiff_t>(j) * (prm.stepX & Format::kRotatedStepMask);
-        PutBlock(tables, fmt, b, prm.dst00 + o, prm.dst10 + o, prm.dst01 + o, prm.dst11 + o);
+    uint8_t upper[kChunk * Format::kBytes], lower[kChunk * Format::kBytes];
+    RowPairOut At(int32_t, int32_t) { return {upper, lower}; }
+    void Place(int32_t k, int32_t x0, int32_t n) const {
+        constexpr int32_t B = Format::kBytes;
+        const ptrdiff_t stepX = prm.stepX & Format::kRotatedStepMask;
+        ptrdiff_t o = static_cast<ptrdiff_t>(k) * (prm.stepY & Format::kRotatedStepMask) + (x0 >> 1) * stepX;
+        for (int32_t i = 0; i < n; i += 2, o += stepX) {
+            std::memcpy(prm.dst00 + o, upper + i * B, B);
+            std::memcpy(prm.dst10 + o, upper + (i + 1) * B, B);
+            std::memcpy(prm.dst01 + o, lower + i * B, B);
+            std::memcpy(prm.dst11 + o, lower + (i + 1) * B, B);
+        }
     }
 };
+
+// Converts `pairs` row pairs of `width` pixels (even) from the source into the destination.
+template <class Format, class Source, class Dest>
+inline void ConvertRowPairs(const QvImgPrcContext* ctx, const Format& fmt, int32_t pairs, int32_t width,
+                            Source&& src, Dest&& dst) {
+    const RowPairKernel kernel = Format::Kernel(Kernels());
+    const ConvTables tables = TablesOf(ctx);
+    const int32_t chunk = (std::decay_t<Source>::kBuffered || std::decay_t<Dest>::kBuffered) ? kChunk : width;
+    for (int32_t k = 0; k < pairs; ++k) {
+        for (int32_t x0 = 0; x0 < width; x0 += chunk) {
+            const int32_t n = std::min(chunk, width - x0);
+            const RowPairIn in = src.At(k, x0, n);
+            const RowPairOut out = dst.At(k, x0);
+            kernel(in.y0, in.y1, in.cb, in.cr, out.d0, out.d1, n, tables, fmt.Arg());
+            dst.Place(k, x0, n);
+        }
+    }
+}
+
+// The picture in 2x2 blocks: ceil(H / 2) row pairs of ceil(W / 2) pixel pairs.
+template <bool kCrByCbStride, class Format, class Dest>
+inline void ConvertPicture(const QvImgPrcContext* ctx, const Format& fmt, SrcPlanes sp, Strides ss, int32_t W,
+                           int32_t H, Dest&& dst) {
+    if (W < 1 || H < 1) return;
+    ConvertRowPairs(ctx, fmt, (H + 1) >> 1, (W + 1) & ~1, PictureRows<kCrByCbStride>{sp, ss}, dst);
+}
+
+// The scaled picture: ceil(DH / 2) row pairs of ceil(DW / 2) pixel pairs.
+template <class Format, class Dest>
+inline void ConvertScaled(const QvImgPrcContext* ctx, const Format& fmt, SrcPlanes sp, Strides ss, int32_t W,
+                          int32_t H, int32_t DW, int32_t DH, Dest&& dst) {
+    if (DH < 1 || DW < 1 || W < 1 || H < 1) return;
+    ConvertRowPairs(ctx, fmt, (DH + 1) >> 1, (DW + 1) & ~1, ScaledRows(sp, ss, W, H, DW, DH), dst);
+}
 
 // ---- line conversion with clamped rows ------------------------------------------------------
 

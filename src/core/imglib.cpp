@@ -34,7 +34,7 @@ int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values) {
         // Back to neutral: the curves keep their last contents but are no longer used.
         ctx->adjustOn = 0;
         ctx->brightness = ctx->contrast = ctx->saturation = 128;
-        set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, 128, 128, 128);
+        BuildConversionTables(ctx, 128, 128, 128);
         return kOk;
     }
     if (ctx->adjustCurveBlock == nullptr) {
@@ -47,7 +47,7 @@ int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values) {
     ctx->brightness = b;
     ctx->contrast = c;
     ctx->saturation = s;
-    set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, b, c, s);
+    BuildConversionTables(ctx, b, c, s);
 
     // The curves bend above 128 by squared formulas, unlike the linear conversion tables.
     const int32_t offset = b < 0 ? -256 : b > 255 ? 254 : 2 * b - 256;

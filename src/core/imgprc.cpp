@@ -1,8 +1,10 @@
 // Scaler and rotation set-up: supported operations, conversion tables, fixed-ratio recognition,
 // line buffers and the per-frame scale and rotation parameters.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
+#include "core/pixel.h"
 #include "core/qv_routines.h"
 
 namespace qv {
@@ -72,6 +74,76 @@ void set_transtable(uint16_t* yTable, int32_t* cbTable, int32_t* crTable, int32_
     }
 }
 
+namespace {
+
+// Finds (a x s + b) >> shift with clamp(that, lo, hi) == f[s] for every s in [first, last]: an
+// entry at lo (hi) only asks the line to be at or below (above) it. Slopes are tried outward
+// from the one through the outermost unclamped entries; the offset is then any value inside
+// every entry's bounds.
+bool FitPiece(const int32_t* f, int first, int last, int64_t lo, int64_t hi, AffinePiece* out) {
+    int u0 = -1, u1 = -1;
+    for (int s = first; s <= last; ++s) {
+        if (f[s] > lo && f[s] < hi) {
+            if (u0 < 0) u0 = s;
+            u1 = s;
+        }
+    }
+    for (int32_t shift = 16; shift >= 8; --shift) {
+        const int64_t one = int64_t{1} << shift;
+        const int64_t guess = u1 > u0 ? ((f[u1] - f[u0]) * one) / (u1 - u0) : 0;
+        const int64_t window = u1 > u0 ? one / (u1 - u0) + 2 : 2;
+        if ((std::abs(guess) + window) * 256 > INT32_MAX) continue;  // too fine for 32-bit lanes
+        for (int64_t i = 0; i <= 2 * window; ++i) {
+            const int64_t a = guess + ((i & 1) ? -(i + 1) / 2 : i / 2);
+            int64_t bLow = INT64_MIN, bHigh = INT64_MAX;
+            for (int s = first; s <= last && bLow <= bHigh; ++s) {
+                const int64_t zLow = f[s] <= lo ? INT64_MIN / 2 : f[s] * one;
+                const int64_t zHigh = f[s] >= hi ? INT64_MAX / 2 : f[s] * one + one - 1;
+                bLow = std::max(bLow, zLow - a * s);
+                bHigh = std::min(bHigh, zHigh - a * s);
+            }
+            if (bLow > bHigh) continue;
+            // Prefer the offset nearest zero that keeps every product within 32 bits.
+            const int64_t b = std::clamp<int64_t>(0, bLow, bHigh);
+            bool fits = a >= INT32_MIN && a <= INT32_MAX && b >= INT32_MIN && b <= INT32_MAX;
+            for (int s = first; s <= last && fits; ++s) fits = a * s + b >= INT32_MIN && a * s + b <= INT32_MAX;
+            if (!fits) continue;
+            *out = {static_cast<int32_t>(a), static_cast<int32_t>(b), shift};
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, ConvFit* fit) {
+    int32_t values[5][256];
+    for (int s = 0; s < 256; ++s) {
+        values[0][s] = yTable[s] - 32768;
+        values[1][s] = cbTable[s] >> 16;
+        values[2][s] = static_cast<int16_t>(cbTable[s] & 0xFFFF);
+        values[3][s] = crTable[s] >> 16;
+        values[4][s] = static_cast<int16_t>(crTable[s] & 0xFFFF);
+    }
+    bool ok = FitPiece(values[0], 0, 255, -32768, 32767, &fit->luma);
+    for (int t = 0; t < 4 && ok; ++t) {
+        ok = false;
+        for (int32_t split = 128; split <= 129 && !ok; ++split) {
+            fit->split[t] = split;
+            ok = FitPiece(values[t + 1], 0, split - 1, -32768, 32767, &fit->chroma[t][0]) &&
+                 FitPiece(values[t + 1], split, 255, -32768, 32767, &fit->chroma[t][1]);
+        }
+    }
+    fit->ok = ok ? 1 : 0;
+    return ok;
+}
+
+void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation) {
+    set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, brightness, contrast, saturation);
+    if (ConvFit* fit = FitOf(ctx)) FitConversionTables(ctx->yTable, ctx->cbTable, ctx->crTable, fit);
+}
+
 int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
     if (ctx->operation == 0x00A) {
         // RGB555 with its colour key exists only at the source size and orientation.
@@ -90,13 +162,14 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
         }
     }
 
-    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(2564));
+    // The tables, then their fit, 4-byte aligned.
+    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBytes + sizeof(ConvFit) + 4));
     if (ctx->convTableBlock == nullptr) return kOutOfMemory;
     uint8_t* tables = AlignUp(ctx->convTableBlock, 4);
     ctx->yTable = reinterpret_cast<uint16_t*>(tables);
     ctx->cbTable = reinterpret_cast<int32_t*>(tables + 512);
     ctx->crTable = reinterpret_cast<int32_t*>(tables + 1536);
-    set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, 128, 128, 128);
+    BuildConversionTables(ctx, 128, 128, 128);
 
     if (ctx->scaleCase != kScaleSame) {
         if (ctx->rotation == 0 && ctx->interpolation == kInterpFixedRatio) ctx->scaleCase = FixedRatioCase(ctx);

@@ -1,6 +1,8 @@
 // Line conversion and interpolation kernels of the YCbCr-to-RGB converters.
 #include "core/kernels.h"
 
+#include "core/kernel_table.h"
+
 namespace qv {
 
 namespace {
@@ -25,39 +27,17 @@ inline uint32_t Pair565(uint32_t first, uint32_t second) { return first | second
 void Convert(const QvImgPrcContext* ctx, const uint8_t* luma0, const uint8_t* luma1,
              const uint8_t* cb, const uint8_t* cr, uint32_t* out0, uint32_t* out1,
              int32_t width) {
-    const uint16_t* yt = ctx->yTable;
-    int32_t pairs = width >> 1;
-    do {
-        const ChromaTerms t = ChromaTermsOf(ctx, *cb++, *cr++);
-        out0[0] = InterpWord(yt[luma0[0]], t);
-        out0[1] = InterpWord(yt[luma0[1]], t);
-        out1[0] = InterpWord(yt[luma1[0]], t);
-        out1[1] = InterpWord(yt[luma1[1]], t);
-        luma0 += 2;
-        luma1 += 2;
-        out0 += 2;
-        out1 += 2;
-    } while (--pairs > 0);
+    // The signed pair counter is tested after each block: width 0 or 1 still converts one.
+    const int32_t pairs = (width >> 1) > 0 ? width >> 1 : 1;
+    Kernels().pairToInterp(luma0, luma1, cb, cr, Bytes(out0), Bytes(out1), 2 * pairs, TablesOf(ctx), 0);
 }
 
 void Convert_565(const QvImgPrcContext* ctx, const uint8_t* luma0, const uint8_t* luma1,
                  const uint8_t* cb, const uint8_t* cr, uint16_t* out0, uint16_t* out1,
                  int32_t width) {
-    const uint16_t* yt = ctx->yTable;
-    uint32_t pairs = static_cast<uint32_t>(width) >> 1;
     // The unsigned counter would wrap below two pixels; callers never pass fewer.
-    if (pairs == 0) return;
-    uint8_t* d0 = Bytes(out0);
-    uint8_t* d1 = Bytes(out1);
-    do {
-        const ChromaTerms t = ChromaTermsOf(ctx, *cb++, *cr++);
-        Store32(d0, Pair565(PixelRGB565(yt[luma0[0]], t), PixelRGB565(yt[luma0[1]], t)));
-        Store32(d1, Pair565(PixelRGB565(yt[luma1[0]], t), PixelRGB565(yt[luma1[1]], t)));
-        luma0 += 2;
-        luma1 += 2;
-        d0 += 4;
-        d1 += 4;
-    } while (--pairs != 0);
+    if (width < 2) return;
+    Kernels().pairToRGB565(luma0, luma1, cb, cr, Bytes(out0), Bytes(out1), width & ~1, TablesOf(ctx), 0);
 }
 
 // ---- vertical kernels -----------------------------------------------------------------------

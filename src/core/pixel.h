@@ -51,6 +51,27 @@ inline ChromaTerms ChromaTermsOf(const QvImgPrcContext* ctx, uint8_t cb, uint8_t
     return ChromaTermsOf(ctx->cbTable[cb], ctx->crTable[cr]);
 }
 
+// The conversion tables as lines: every table built from brightness, contrast and saturation is
+// a clamped floor of a line in the sample value (the two halves of a chroma entry a line on each
+// side of 128), so vector kernels compute entries in their lanes instead of looking them up.
+// Fitted and verified over all 256 entries whenever the tables are built; where a table does not
+// fit, `ok` is 0 and the kernels look the entries up.
+struct AffinePiece {
+    int32_t a, b, shift;  // (a x s + b) >> shift, without overflow for every s of the piece
+};
+struct ConvFit {
+    int32_t ok;
+    AffinePiece luma;  // yTable[s] - 32768, clamped to -32768..32767
+    // Cb high, Cb low, Cr high, Cr low halves, each clamped to -32768..32767; [0] for s below
+    // split[t], [1] from it on. A line through 128 takes 128 on the side where its entry (0)
+    // continues the rounding: 128 for a rising half, 129 for a falling one.
+    AffinePiece chroma[4][2];
+    int32_t split[4];
+};
+constexpr int32_t kConvTableBytes = 2560;  // yTable, cbTable, crTable back to back
+// Fits the three tables; returns fit->ok.
+bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, ConvFit* fit);
+
 // The conversion tables taken out of the context once per frame. Held in a loop's own
 // variables they stay in registers; read through the context they would be reloaded after
 // every store into a destination byte (which may alias anything).
@@ -58,9 +79,15 @@ struct ConvTables {
     const uint16_t* y;
     const int32_t* cb;
     const int32_t* cr;
+    const ConvFit* fit = nullptr;  // null: look the entries up
     ChromaTerms Chroma(uint8_t cbSample, uint8_t crSample) const { return ChromaTermsOf(cb[cbSample], cr[crSample]); }
 };
-inline ConvTables TablesOf(const QvImgPrcContext* ctx) { return {ctx->yTable, ctx->cbTable, ctx->crTable}; }
+// The fit lives in the context's table block, after the tables.
+inline ConvFit* FitOf(const QvImgPrcContext* ctx) {
+    if (ctx->convTableBlock == nullptr) return nullptr;
+    return reinterpret_cast<ConvFit*>(AlignUp(ctx->convTableBlock, 4) + kConvTableBytes);
+}
+inline ConvTables TablesOf(const QvImgPrcContext* ctx) { return {ctx->yTable, ctx->cbTable, ctx->crTable, FitOf(ctx)}; }
 
 // Clamped to 0..max. The lower bound is tested first: the sign comes with the shift that
 // produced v, so no separate test is needed (the result is the same in either order).
@@ -165,6 +192,38 @@ inline void WalkBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t 
 // lower one clamped to the last row, where its weight is always 0) and two columns (the right
 // one clamped to W - 1); chroma by nearest choice at row (y0 + y1 + 1) >> 2 and column
 // (x0 + x1 + 1) >> 2 of the pair, each chroma plane read with its own stride.
+struct ScaledRowPair {
+    const uint8_t *a0, *a1, *b0, *b1;  // luma rows around destination rows 2k and 2k + 1
+    const uint8_t *cb, *cr;
+    int32_t fyA, fyB;
+};
+inline ScaledRowPair ScaledRowPairAt(const uint8_t* const sp[3], const int32_t ss[3], int32_t H, int32_t ystep,
+                                     int32_t k) {
+    const int32_t ya = ScalePosition(2 * k, ystep);
+    const int32_t yb = ya + ystep;
+    const int32_t rowA = PosIndex(ya), rowB = PosIndex(yb);
+    const int32_t chromaRow = (rowA + rowB + 1) >> 2;
+    return {Row(sp[0], rowA, ss[0]), Row(sp[0], rowA + 1 < H ? rowA + 1 : H - 1, ss[0]), Row(sp[0], rowB, ss[0]),
+            Row(sp[0], rowB + 1 < H ? rowB + 1 : H - 1, ss[0]), Row(sp[1], chromaRow, ss[1]),
+            Row(sp[2], chromaRow, ss[2]), PosWeight(ya), PosWeight(yb)};
+}
+// The block of destination column pair j.
+inline Block ScaledBlockAt(const ScaledRowPair& r, int32_t W, int32_t xstep, int32_t j) {
+    const int32_t xa = ScalePosition(2 * j, xstep);
+    const int32_t xb = xa + xstep;
+    const int32_t x0 = PosIndex(xa), x1 = PosIndex(xb);
+    const int32_t x0n = x0 + 1 < W ? x0 + 1 : W - 1;
+    const int32_t x1n = x1 + 1 < W ? x1 + 1 : W - 1;
+    const int32_t fx0 = PosWeight(xa), fx1 = PosWeight(xb);
+    const int32_t chromaCol = (x0 + x1 + 1) >> 2;
+    const auto tap = [&](const uint8_t* upper, const uint8_t* lower, int32_t fy, int32_t x, int32_t xn, int32_t fx) {
+        return HorizontalTap(VerticalTap(upper[x], lower[x], fy), VerticalTap(upper[xn], lower[xn], fy), fx);
+    };
+    return {tap(r.a0, r.a1, r.fyA, x0, x0n, fx0), tap(r.a0, r.a1, r.fyA, x1, x1n, fx1),
+            tap(r.b0, r.b1, r.fyB, x0, x0n, fx0), tap(r.b0, r.b1, r.fyB, x1, x1n, fx1),
+            r.cb[chromaCol], r.cr[chromaCol]};
+}
+
 template <class Sink>
 inline void WalkScaledBlocks(const uint8_t* const sp[3], const int32_t ss[3], int32_t W, int32_t H,
                              int32_t DW, int32_t DH, Sink sink) {
@@ -172,35 +231,9 @@ inline void WalkScaledBlocks(const uint8_t* const sp[3], const int32_t ss[3], in
     const int32_t xstep = ScaleStep(W, DW);
     const int32_t ystep = ScaleStep(H, DH);
     for (int32_t r = 0, k = 0; r < DH; r += 2, ++k) {
-        const int32_t ya = ScalePosition(2 * k, ystep);
-        const int32_t yb = ya + ystep;
-        const int32_t rowA = PosIndex(ya), rowB = PosIndex(yb);
-        const int32_t fyA = PosWeight(ya), fyB = PosWeight(yb);
-        const uint8_t* a0 = Row(sp[0], rowA, ss[0]);
-        const uint8_t* a1 = Row(sp[0], rowA + 1 < H ? rowA + 1 : H - 1, ss[0]);
-        const uint8_t* b0 = Row(sp[0], rowB, ss[0]);
-        const uint8_t* b1 = Row(sp[0], rowB + 1 < H ? rowB + 1 : H - 1, ss[0]);
-        const int32_t chromaRow = (rowA + rowB + 1) >> 2;
-        const uint8_t* cbRow = Row(sp[1], chromaRow, ss[1]);
-        const uint8_t* crRow = Row(sp[2], chromaRow, ss[2]);
+        const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
         sink.BeginRowPair(k);
-        for (int32_t c = 0, j = 0; c < DW; c += 2, ++j) {
-            const int32_t xa = ScalePosition(2 * j, xstep);
-            const int32_t xb = xa + xstep;
-            const int32_t x0 = PosIndex(xa), x1 = PosIndex(xb);
-            const int32_t x0n = x0 + 1 < W ? x0 + 1 : W - 1;
-            const int32_t x1n = x1 + 1 < W ? x1 + 1 : W - 1;
-            const int32_t fx0 = PosWeight(xa), fx1 = PosWeight(xb);
-            const int32_t chromaCol = (x0 + x1 + 1) >> 2;
-            Block blk;
-            blk.y00 = HorizontalTap(VerticalTap(a0[x0], a1[x0], fyA), VerticalTap(a0[x0n], a1[x0n], fyA), fx0);
-            blk.y01 = HorizontalTap(VerticalTap(a0[x1], a1[x1], fyA), VerticalTap(a0[x1n], a1[x1n], fyA), fx1);
-            blk.y10 = HorizontalTap(VerticalTap(b0[x0], b1[x0], fyB), VerticalTap(b0[x0n], b1[x0n], fyB), fx0);
-            blk.y11 = HorizontalTap(VerticalTap(b0[x1], b1[x1], fyB), VerticalTap(b0[x1n], b1[x1n], fyB), fx1);
-            blk.cb = cbRow[chromaCol];
-            blk.cr = crRow[chromaCol];
-            sink.Put(j, blk);
-        }
+        for (int32_t c = 0, j = 0; c < DW; c += 2, ++j) sink.Put(j, ScaledBlockAt(rows, W, xstep, j));
     }
 }
 

@@ -29,6 +29,8 @@ int32_t _CheckCapability_depend(int32_t operation);
 int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx);
 void set_transtable(uint16_t* yTable, int32_t* cbTable, int32_t* crTable, int32_t brightness,
                     int32_t contrast, int32_t saturation);
+// set_transtable on the context's tables, and their fit for the vector kernels.
+void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation);
 int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int32_t dstWidth,
                          int32_t dstHeight, const int32_t dstStrides[3]);
 

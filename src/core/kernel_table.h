@@ -1,0 +1,60 @@
+// The kernel table: every row kernel the frame drivers call, chosen once per process.
+//
+// Each entry has a scalar reference (the required arithmetic written plainly, ycbcr_rows.h) and,
+// where the CPU offers vector instructions, a variant built from one Highway source for SSE4,
+// AVX2, AVX-512 and NEON (ycbcr_rows_simd.cpp). Variants are byte-identical to their reference;
+// the kernel checker (tests/kernel_check.cpp) proves it for every compiled target.
+//
+// The environment variable QV_SIMD, read once, selects the kernels: `off` (or `scalar`) forces
+// the scalar references; `sse4`, `avx2`, `avx512`, `neon`, ... cap the choice at that level.
+#pragma once
+
+#include <cstdint>
+
+#include "core/pixel.h"
+
+namespace qv {
+
+// Kernels take pointers, a pixel count the driver guarantees, the conversion tables and one
+// format argument (the alpha byte of ARGB32, the colour key of RGB555, unused otherwise). They
+// never see strides or rotation.
+
+// A 4:2:0 row pair: two luma rows sharing one chroma row, width / 2 chroma samples; width even
+// and at least 2.
+using RowPairKernel = void (*)(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
+                               uint8_t* d0, uint8_t* d1, int32_t width, const ConvTables& t, uint32_t arg);
+// One row. 4:2:2: width / 2 chroma samples, width even. 4:4:4: a chroma sample per pixel.
+using RowKernel = void (*)(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t width,
+                           const ConvTables& t, uint32_t arg);
+
+struct KernelTable {
+    const char* name;  // the kernel set: "scalar" or the vector target, e.g. "AVX3_DL"
+    // 4:2:0 row pairs.
+    RowPairKernel pairToRGB565;   // also the line conversion Convert_565
+    RowPairKernel pairToRGB888;
+    RowPairKernel pairToARGB32;   // arg: alpha
+    RowPairKernel pairToRGB555;   // arg: colour key
+    RowPairKernel pairToInterp;   // interpolation words (4 bytes a pixel): the line conversion Convert
+    // Single rows.
+    RowKernel row422ToRGB565;
+    RowKernel row444ToRGB565;
+    RowKernel row444ToRGB888;
+    RowKernel row444ToARGB32;     // arg: alpha
+};
+
+// The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.
+const KernelTable& Kernels();
+// The scalar references.
+const KernelTable& ScalarKernels();
+// The name of the kernel set Kernels() chose.
+inline const char* KernelSetName() { return Kernels().name; }
+
+// Every vector kernel set compiled into the library that this CPU can run, best first (for the
+// choice and for the checker). `count` receives the number of sets.
+struct VectorKernelSet {
+    int64_t target;  // the Highway target bit
+    KernelTable table;
+};
+const VectorKernelSet* VectorKernelSets(int* count);
+
+}  // namespace qv

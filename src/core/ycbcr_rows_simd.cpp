@@ -56,26 +56,40 @@ struct ChromaEntries {
     V32 cbHigh, cbLow, crHigh, crLow;
 };
 
-// Entries computed from the fitted lines.
+// Entries computed from the fitted lines. The coefficients are broadcast once per row: read
+// from the fit inside the loop they would be reloaded after every store into the destination.
 struct FittedEntries {
-    const ConvFit& fit;
-    HWY_INLINE V32 Line(V32 s, const AffinePiece& p) const {
+    struct Half {
+        V32 split, a0, b0, a1, b1;
+        int shift;
+    };
+    V32 lumaA, lumaB;
+    int lumaShift;
+    Half half[4];
+    explicit FittedEntries(const ConvFit& fit) {
         const DI32 d32;
-        return hn::ShiftRightSame(hn::Add(hn::Mul(s, hn::Set(d32, p.a)), hn::Set(d32, p.b)), p.shift);
+        lumaA = hn::Set(d32, fit.luma.a);
+        lumaB = hn::Set(d32, fit.luma.b);
+        lumaShift = fit.luma.shift;
+        for (int t = 0; t < 4; ++t) {
+            // Both pieces of a half share one shift.
+            half[t] = {hn::Set(d32, fit.split[t]), hn::Set(d32, fit.chroma[t][0].a), hn::Set(d32, fit.chroma[t][0].b),
+                       hn::Set(d32, fit.chroma[t][1].a), hn::Set(d32, fit.chroma[t][1].b), fit.chroma[t][0].shift};
+        }
     }
-    HWY_INLINE V32 Half(V32 s, int t) const {
-        const DI32 d32;
-        const AffinePiece& lo = fit.chroma[t][0];
-        const AffinePiece& hi = fit.chroma[t][1];
-        const auto below = hn::Lt(s, hn::Set(d32, fit.split[t]));
-        // Both pieces of a half share one shift.
-        const V32 a = hn::IfThenElse(below, hn::Set(d32, lo.a), hn::Set(d32, hi.a));
-        const V32 b = hn::IfThenElse(below, hn::Set(d32, lo.b), hn::Set(d32, hi.b));
-        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, a), b), lo.shift));
+    HWY_INLINE V32 Entry(V32 s, int t) const {
+        const Half& h = half[t];
+        const auto below = hn::Lt(s, h.split);
+        const V32 line = hn::Add(hn::Mul(s, hn::IfThenElse(below, h.a0, h.a1)), hn::IfThenElse(below, h.b0, h.b1));
+        return Clamp16(hn::ShiftRightSame(line, h.shift));
     }
     // y - 32768 for luma samples.
-    HWY_INLINE V32 Luma(V32 s) const { return Clamp16(Line(s, fit.luma)); }
-    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const { return {Half(cb, 0), Half(cb, 1), Half(cr, 2), Half(cr, 3)}; }
+    HWY_INLINE V32 Luma(V32 s) const {
+        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, lumaA), lumaB), lumaShift));
+    }
+    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const {
+        return {Entry(cb, 0), Entry(cb, 1), Entry(cr, 2), Entry(cr, 3)};
+    }
 };
 
 // Entries gathered from the tables.
@@ -250,7 +264,7 @@ void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr
                  const ConvTables& t, uint32_t arg) {
     const VecPack pack(arg);
     const int32_t done = t.fit != nullptr && t.fit->ok
-                             ? VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries{*t.fit}, pack)
+                             ? VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries(*t.fit), pack)
                              : VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, GatheredEntries{t}, pack);
     if (done == width) return;
     constexpr int kBytes = VecPack::Ref::kBytes;

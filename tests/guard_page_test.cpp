@@ -397,9 +397,12 @@ void GuardPages::RunFrame(QvHandle h, const Plan& plan, uint32_t mode, StrideKin
 
 TEST_P(GuardPages, EveryRotationModeAndStrideStaysInsideTheDocumentedBytes) {
     const Route& route = GetParam();
+    // 320 x 240 to 480 x 272 is a route of its own only unrotated; rotated, it is the general
+    // upscaler that the other sizes run.
+    const bool fixed320 = route.size == Size::k480x272;
     for (Dims size : kSizes) {
-        if (route.size == Size::k480x272) size = {320, 240};
-        for (uint32_t rotation = 0; rotation <= 5; ++rotation) {
+        if (fixed320) size = {320, 240};
+        for (uint32_t rotation = 0; rotation <= (fixed320 ? 0u : 5u); ++rotation) {
             const Plan plan(route, rotation, size);
             const QvCreateParams params =
                 qvtest::MakeParams(route.op, plan.W, plan.H, plan.DW, plan.DH, rotation, route.interpolation);
@@ -423,7 +426,7 @@ TEST_P(GuardPages, EveryRotationModeAndStrideStaysInsideTheDocumentedBytes) {
             qv::QV_IMAGEPROC_Destroy(h);
             if (HasFatalFailure()) return;
         }
-        if (route.size == Size::k480x272) break;
+        if (fixed320) break;
     }
 }
 

@@ -119,6 +119,7 @@ Dims DestinationOf(Size k, Dims s) {
 enum class StrideKind { kRow, kPadded, kRowBottomUp, kPaddedBottomUp };
 const StrideKind kStrideKinds[] = {StrideKind::kRow, StrideKind::kPadded, StrideKind::kRowBottomUp,
                                    StrideKind::kPaddedBottomUp};
+const char* const kStrideNames[] = {"a row", "a padded row", "minus a row", "minus a padded row"};
 
 // A padded row: three more pixels of a packed format (whole pixels, so rotated frames are not
 // refused), seven more bytes of a plane of bytes (odd, so every rounding of "Strides that drift"
@@ -166,8 +167,8 @@ public:
         }
         map_ = static_cast<uint8_t*>(m);
         mprotect(map_ + page, data_, PROT_READ | PROT_WRITE);
-        const uint8_t* start = againstFront ? map_ + page : map_ + page + data_ - bytes;
-        plane_ = const_cast<uint8_t*>(start) - rule.Begin();
+        uint8_t* start = againstFront ? map_ + page : map_ + page + data_ - bytes;
+        plane_ = start - rule.Begin();
     }
     ~GuardedPlane() {
         if (map_ != nullptr) munmap(map_, total_);
@@ -325,9 +326,9 @@ protected:
 
 void GuardPages::RunFrame(QvHandle h, const Plan& plan, uint32_t mode, StrideKind kind, bool againstFront,
                           Picture* reference) {
-    std::snprintf(gFrame, sizeof gFrame, "%s %dx%d -> %dx%d rotation %u mode %u strides %d placed %s",
-                  plan.route.name, plan.W, plan.H, plan.DW, plan.DH, plan.rotation, mode, static_cast<int>(kind),
-                  againstFront ? "front" : "back");
+    std::snprintf(gFrame, sizeof gFrame, "%s %dx%d -> %dx%d rotation %u mode %u strides of %s, planes against the %s",
+                  plan.route.name, plan.W, plan.H, plan.DW, plan.DH, plan.rotation, mode,
+                  kStrideNames[static_cast<int>(kind)], againstFront ? "front guard" : "back guard");
     SCOPED_TRACE(gFrame);
     const uint8_t junk = static_cast<uint8_t>(0x5A + 16 * static_cast<int>(kind) + (againstFront ? 1 : 0));
     const uint8_t* src[3] = {};

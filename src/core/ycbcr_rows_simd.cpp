@@ -328,12 +328,15 @@ HWY_INLINE void StoreARGB(const V16 r[2], const V16 g[2], const V16 b[2], uint8_
     const DI16 d16;
     const DU16 du16;
     const V16 m1 = hn::Set(d16, int16_t{-1});
+    const auto lowByte = hn::Set(du16, uint16_t{0x00FF});
     for (int h = 0; h < 2; ++h) {
-        const auto red = hn::BitCast(du16, hn::ShiftLeft<1>(hn::Min(r[h], m1)));
+        // Red and blue in the low byte of min(s, -1) >> 7 (its high byte is all ones), green in
+        // the high byte of min(s, -1) << 1.
+        const auto red = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(r[h], m1)));
         const auto green = hn::BitCast(du16, hn::ShiftLeft<1>(hn::Min(g[h], m1)));
-        const auto blue = hn::BitCast(du16, hn::ShiftLeft<1>(hn::Min(b[h], m1)));
-        const auto low = hn::Or(hn::And(green, hn::Set(du16, uint16_t{0xFF00})), hn::ShiftRight<8>(blue));
-        const auto high = hn::Or(hn::Set(du16, static_cast<uint16_t>(alpha << 8)), hn::ShiftRight<8>(red));
+        const auto blue = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(b[h], m1)));
+        const auto low = hn::IfVecThenElse(lowByte, blue, green);  // bitwise select
+        const auto high = hn::IfVecThenElse(lowByte, red, hn::Set(du16, static_cast<uint16_t>(alpha << 8)));
         _mm512_storeu_si512(p + 128 * h, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<0>), high.raw));
         _mm512_storeu_si512(p + 128 * h + 64, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<1>), high.raw));
     }

@@ -497,34 +497,23 @@ void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr
 }
 
 template <class VecPack>
-void RowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, uint8_t* d1,
-             int32_t width, const ConvTables& t, uint32_t arg) {
-    const uint8_t* const y[2] = {y0, y1};
-    uint8_t* const d[2] = {d0, d1};
-    ConvertRows<VecPack, 2, 1>(y, cb, cr, d, width, t, arg);
-}
-
+constexpr auto RowPair = &rows::RowPairOf<&ConvertRows<VecPack, 2, 1>>;
 template <class VecPack, int kChromaShift>
-void Row(const uint8_t* y0, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, int32_t width, const ConvTables& t,
-         uint32_t arg) {
-    const uint8_t* const y[2] = {y0, y0};
-    uint8_t* const d[2] = {d0, d0};
-    ConvertRows<VecPack, 1, kChromaShift>(y, cb, cr, d, width, t, arg);
-}
+constexpr auto Row = &rows::RowOf<&ConvertRows<VecPack, 1, kChromaShift>>;
 
 }  // namespace
 
 void FillKernels(KernelTable* k) {
     k->name = hwy::TargetName(HWY_TARGET);
-    k->pairToRGB565 = &RowPair<VecRGB565>;
-    k->pairToRGB888 = &RowPair<VecRGB888>;
-    k->pairToARGB32 = &RowPair<VecARGB32>;
-    k->pairToRGB555 = &RowPair<VecRGB555>;
-    k->pairToInterp = &RowPair<VecInterp>;
-    k->row422ToRGB565 = &Row<VecRGB565, 1>;
-    k->row444ToRGB565 = &Row<VecRGB565, 0>;
-    k->row444ToRGB888 = &Row<VecRGB888, 0>;
-    k->row444ToARGB32 = &Row<VecARGB32, 0>;
+    k->pairToRGB565 = RowPair<VecRGB565>;
+    k->pairToRGB888 = RowPair<VecRGB888>;
+    k->pairToARGB32 = RowPair<VecARGB32>;
+    k->pairToRGB555 = RowPair<VecRGB555>;
+    k->pairToInterp = RowPair<VecInterp>;
+    k->row422ToRGB565 = Row<VecRGB565, 1>;
+    k->row444ToRGB565 = Row<VecRGB565, 0>;
+    k->row444ToRGB888 = Row<VecRGB888, 0>;
+    k->row444ToARGB32 = Row<VecARGB32, 0>;
 }
 
 }  // namespace HWY_NAMESPACE

@@ -54,44 +54,44 @@ HWY_INLINE V32 Clamp16(V32 v) {
     return hn::Min(hn::Max(v, hn::Set(d32, -32768)), hn::Set(d32, 32767));
 }
 
-// The entries of the four chroma halves for the samples in 32-bit lanes.
-struct ChromaEntries {
-    V32 cbHigh, cbLow, crHigh, crLow;
-};
+// The Entries classes below give, for samples in 32-bit lanes, the luma entry (y - 32768) and
+// the entries of the four chroma halves. SVE vectors have no size known at compile time and
+// cannot be members of a class, so several vectors are returned through references and the
+// classes hold scalars; the broadcasts of those are the same in every iteration of a row's loop
+// and the compiler lifts them out of it.
 
-// Entries computed from the fitted lines. The coefficients are broadcast once per row: read
-// from the fit inside the loop they would be reloaded after every store into the destination.
+// Entries computed from the fitted lines. The fit is copied: read through the table block inside
+// the loop it would be reloaded after every store into the destination.
 struct FittedEntries {
     struct Half {
-        V32 split, a0, b0, a1, b1;
-        int shift;
+        int32_t split, a0, b0, a1, b1, shift;  // both pieces of a half share one shift
     };
-    V32 lumaA, lumaB;
-    int lumaShift;
+    AffinePiece luma;
     Half half[4];
-    explicit FittedEntries(const ConvFit& fit) {
-        const DI32 d32;
-        lumaA = hn::Set(d32, fit.luma.a);
-        lumaB = hn::Set(d32, fit.luma.b);
-        lumaShift = fit.luma.shift;
+    explicit FittedEntries(const ConvFit& fit) : luma(fit.luma) {
         for (int t = 0; t < 4; ++t) {
-            // Both pieces of a half share one shift.
-            half[t] = {hn::Set(d32, fit.split[t]), hn::Set(d32, fit.chroma[t][0].a), hn::Set(d32, fit.chroma[t][0].b),
-                       hn::Set(d32, fit.chroma[t][1].a), hn::Set(d32, fit.chroma[t][1].b), fit.chroma[t][0].shift};
+            half[t] = {fit.split[t], fit.chroma[t][0].a, fit.chroma[t][0].b, fit.chroma[t][1].a, fit.chroma[t][1].b,
+                       fit.chroma[t][0].shift};
         }
     }
     HWY_INLINE V32 Entry(V32 s, int t) const {
+        const DI32 d32;
         const Half& h = half[t];
-        const auto below = hn::Lt(s, h.split);
-        const V32 line = hn::Add(hn::Mul(s, hn::IfThenElse(below, h.a0, h.a1)), hn::IfThenElse(below, h.b0, h.b1));
+        const auto below = hn::Lt(s, hn::Set(d32, h.split));
+        const V32 line = hn::Add(hn::Mul(s, hn::IfThenElse(below, hn::Set(d32, h.a0), hn::Set(d32, h.a1))),
+                                 hn::IfThenElse(below, hn::Set(d32, h.b0), hn::Set(d32, h.b1)));
         return Clamp16(hn::ShiftRightSame(line, h.shift));
     }
     // y - 32768 for luma samples.
     HWY_INLINE V32 Luma(V32 s) const {
-        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, lumaA), lumaB), lumaShift));
+        const DI32 d32;
+        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, hn::Set(d32, luma.a)), hn::Set(d32, luma.b)), luma.shift));
     }
-    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const {
-        return {Entry(cb, 0), Entry(cb, 1), Entry(cr, 2), Entry(cr, 3)};
+    HWY_INLINE void Chroma(V32 cb, V32 cr, V32& cbHigh, V32& cbLow, V32& crHigh, V32& crLow) const {
+        cbHigh = Entry(cb, 0);
+        cbLow = Entry(cb, 1);
+        crHigh = Entry(cr, 2);
+        crLow = Entry(cr, 3);
     }
 };
 
@@ -107,34 +107,35 @@ struct GatheredEntries {
         const V32 entry = hn::IfThenElse(odd, high, hn::And(word, hn::Set(d32, 0xFFFF)));
         return hn::Sub(entry, hn::Set(d32, 32768));
     }
-    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const {
+    HWY_INLINE void Chroma(V32 cb, V32 cr, V32& cbHigh, V32& cbLow, V32& crHigh, V32& crLow) const {
         const DI32 d32;
         const V32 b = hn::GatherIndex(d32, t.cb, cb);
         const V32 r = hn::GatherIndex(d32, t.cr, cr);
-        return {hn::ShiftRight<16>(b), hn::ShiftRight<16>(hn::ShiftLeft<16>(b)), hn::ShiftRight<16>(r),
-                hn::ShiftRight<16>(hn::ShiftLeft<16>(r))};
+        cbHigh = hn::ShiftRight<16>(b);
+        cbLow = hn::ShiftRight<16>(hn::ShiftLeft<16>(b));
+        crHigh = hn::ShiftRight<16>(r);
+        crLow = hn::ShiftRight<16>(hn::ShiftLeft<16>(r));
     }
 };
 
-// The chroma terms of each pixel as split halves in 16-bit lanes (green's two halves are equal).
-struct Terms {
-    V16 redA, redB, green, blueA, blueB;
-};
+// The chroma terms of each pixel as split halves in 16-bit lanes, from the entries of the even
+// and the odd pixels of each 32-bit lane.
 
-// Terms from the chroma entries of the even and the odd pixels of each 32-bit lane.
-HWY_INLINE Terms TermsOf(const ChromaEntries& e, const ChromaEntries& o) {
+// A red or blue term from its high and low entries: the high half, and the high half plus one
+// for a negative low half. Past 32767 (a high half at its limit) the sum saturates either way, so
+// the second is held there.
+HWY_INLINE void SplitTerm(V32 evenHigh, V32 evenLow, V32 oddHigh, V32 oddLow, V16& a, V16& b) {
     const DI32 d32;
-    // The second half of a red or blue term is the high half plus one for a negative low half.
-    // Past 32767 (a high half at its limit) the sum saturates either way, so it is held there.
     const auto second = [&](V32 high, V32 low) {
         return hn::Min(hn::Sub(high, hn::ShiftRight<31>(low)), hn::Set(d32, 32767));
     };
-    const auto green = [](const ChromaEntries& c) {
-        return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::Add(c.cbLow, c.crLow)));  // the 16-bit sum
-    };
-    return {Join(e.crHigh, o.crHigh), Join(second(e.crHigh, e.crLow), second(o.crHigh, o.crLow)),
-            Join(green(e), green(o)), Join(e.cbHigh, o.cbHigh),
-            Join(second(e.cbHigh, e.cbLow), second(o.cbHigh, o.cbLow))};
+    a = Join(evenHigh, oddHigh);
+    b = Join(second(evenHigh, evenLow), second(oddHigh, oddLow));
+}
+// The green term's two halves are equal: the 16-bit sum of the low entries.
+HWY_INLINE V16 GreenTerm(V32 evenCbLow, V32 evenCrLow, V32 oddCbLow, V32 oddCrLow) {
+    const auto sum16 = [](V32 cbLow, V32 crLow) { return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::Add(cbLow, crLow))); };
+    return Join(sum16(evenCbLow, evenCrLow), sum16(oddCbLow, oddCrLow));
 }
 
 // Saturated Y' + a + b: one channel of every pixel, before the shift by 7.
@@ -236,26 +237,33 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
     constexpr int kBytes = VecPack::Ref::kBytes;
     int32_t x = 0;
     for (; x + n <= width; x += n) {
-        Terms t;
-        V16 cbs, crs;
+        V16 redA, redB, green, blueA, blueB, cbs, crs;
         if constexpr (kChromaShift == 1) {
             const V32 b = hn::PromoteTo(d32, hn::LoadU(DU8Q(), cb + (x >> 1)));
             const V32 r = hn::PromoteTo(d32, hn::LoadU(DU8Q(), cr + (x >> 1)));
-            const ChromaEntries c = entries.Chroma(b, r);
-            t = TermsOf(c, c);
+            V32 cbHigh, cbLow, crHigh, crLow;
+            entries.Chroma(b, r, cbHigh, cbLow, crHigh, crLow);
+            SplitTerm(crHigh, crLow, crHigh, crLow, redA, redB);
+            SplitTerm(cbHigh, cbLow, cbHigh, cbLow, blueA, blueB);
+            green = GreenTerm(cbLow, crLow, cbLow, crLow);
             cbs = Join(b, b);
             crs = Join(r, r);
         } else {
             const V32 b = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), cb + x)));
             const V32 r = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), cr + x)));
-            t = TermsOf(entries.Chroma(Even(b), Even(r)), entries.Chroma(Odd(b), Odd(r)));
+            V32 cbHighE, cbLowE, crHighE, crLowE, cbHighO, cbLowO, crHighO, crLowO;
+            entries.Chroma(Even(b), Even(r), cbHighE, cbLowE, crHighE, crLowE);
+            entries.Chroma(Odd(b), Odd(r), cbHighO, cbLowO, crHighO, crLowO);
+            SplitTerm(crHighE, crLowE, crHighO, crLowO, redA, redB);
+            SplitTerm(cbHighE, cbLowE, cbHighO, cbLowO, blueA, blueB);
+            green = GreenTerm(cbLowE, crLowE, cbLowO, crLowO);
             cbs = hn::BitCast(d16, b);
             crs = hn::BitCast(d16, r);
         }
         for (int row = 0; row < kRows; ++row) {
             const V32 s = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), y[row] + x)));
             const V16 luma = Join(entries.Luma(Even(s)), entries.Luma(Odd(s)));
-            pack.Store(Channel(luma, t.redA, t.redB), Channel(luma, t.green, t.green), Channel(luma, t.blueA, t.blueB),
+            pack.Store(Channel(luma, redA, redB), Channel(luma, green, green), Channel(luma, blueA, blueB),
                        hn::BitCast(d16, s), cbs, crs, d[row] + x * kBytes);
         }
     }
@@ -542,6 +550,12 @@ constexpr TargetFill kTargetFills[] = {
 #endif
 #if HWY_TARGETS & HWY_SSE4
     {HWY_SSE4, &N_SSE4::FillKernels},
+#endif
+#if HWY_TARGETS & HWY_SVE2_128
+    {HWY_SVE2_128, &N_SVE2_128::FillKernels},
+#endif
+#if HWY_TARGETS & HWY_SVE_256
+    {HWY_SVE_256, &N_SVE_256::FillKernels},
 #endif
 #if HWY_TARGETS & HWY_SVE2
     {HWY_SVE2, &N_SVE2::FillKernels},

@@ -13,8 +13,13 @@
 namespace qv {
 namespace {
 
-// The highest target QV_SIMD allows: 0 for `off`, -1 for no cap.
-int64_t CapFromEnvironment() {
+// Every target at `level` or below it: Highway numbers its targets best first within an
+// architecture, so those are the level's bit and every higher one.
+constexpr int64_t AtOrBelow(int64_t level) { return ~(level - 1); }
+
+// The targets QV_SIMD allows: 0 for `off`, -1 (all) when it is unset or not a level. The SVE
+// levels include the variants Highway specialises for one vector length (SVE_256, SVE2_128).
+int64_t AllowedFromEnvironment() {
     const char* value = std::getenv("QV_SIMD");
     if (value == nullptr || *value == '\0') return -1;
     char name[16] = {};
@@ -22,27 +27,33 @@ int64_t CapFromEnvironment() {
         name[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(value[i])));
     static const struct {
         const char* name;
-        int64_t target;
-    } kCaps[] = {
-        {"off", 0},        {"scalar", 0},        {"sse4", HWY_SSE4}, {"avx2", HWY_AVX2},
-        {"avx512", HWY_AVX3}, {"avx3", HWY_AVX3}, {"avx512vbmi", HWY_AVX3_DL}, {"avx3_dl", HWY_AVX3_DL},
-        {"neon", HWY_NEON}, {"sve", HWY_SVE},     {"sve2", HWY_SVE2},
+        int64_t allowed;
+    } kLevels[] = {
+        {"off", 0},
+        {"scalar", 0},
+        {"sse4", AtOrBelow(HWY_SSE4)},
+        {"avx2", AtOrBelow(HWY_AVX2)},
+        {"avx512", AtOrBelow(HWY_AVX3)},
+        {"avx3", AtOrBelow(HWY_AVX3)},
+        {"avx512vbmi", AtOrBelow(HWY_AVX3_DL)},
+        {"avx3_dl", AtOrBelow(HWY_AVX3_DL)},
+        {"neon", AtOrBelow(HWY_NEON)},
+        {"sve", AtOrBelow(HWY_SVE) | HWY_SVE_256},
+        {"sve2", AtOrBelow(HWY_SVE2) | HWY_SVE_256 | HWY_SVE2_128},
     };
-    for (const auto& cap : kCaps)
-        if (std::strcmp(cap.name, name) == 0) return cap.target;
+    for (const auto& level : kLevels)
+        if (std::strcmp(level.name, name) == 0) return level.allowed;
     std::fprintf(stderr, "qv-imageproc: QV_SIMD=%s is not a kernel level; the CPU decides\n", value);
     return -1;
 }
 
 const KernelTable* Choose() {
-    const int64_t cap = CapFromEnvironment();
-    if (cap == 0) return &ScalarKernels();
+    const int64_t allowed = AllowedFromEnvironment();
+    if (allowed == 0) return &ScalarKernels();
     int count = 0;
     const VectorKernelSet* sets = VectorKernelSets(&count);
     for (int i = 0; i < count; ++i) {
-        // Highway numbers its targets best first within an architecture: a cap allows itself and
-        // every target with a higher bit.
-        if (cap < 0 || sets[i].target >= cap) return &sets[i].table;
+        if ((sets[i].target & allowed) != 0) return &sets[i].table;  // the best allowed
     }
     return &ScalarKernels();
 }

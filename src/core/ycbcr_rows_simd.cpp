@@ -13,6 +13,13 @@
 // Each kernel covers whole vectors and leaves the rest of the row to its scalar reference, so
 // no vector touches a byte past the row.
 
+// 32-bit ARM whose baseline lacks NEON (Debian's armhf): Highway 1.0.3 compiles NEON kernels for
+// it but never reports NEON at run time there, so they would be dead code; the scalar references
+// serve. A build that assumes NEON (QV_ARM_NEON) has it as its static target instead.
+#if defined(__arm__) && !defined(__ARM_NEON) && !defined(HWY_DISABLED_TARGETS)
+#define HWY_DISABLED_TARGETS HWY_NEON
+#endif
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/ycbcr_rows_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -575,7 +582,9 @@ const VectorKernelSet* VectorKernelSets(int* count) {
     static VectorKernelSet sets[sizeof(kTargetFills) / sizeof(kTargetFills[0])];
     static const int n = [] {
         int k = 0;
-        const int64_t supported = hwy::SupportedTargets();
+        // The build's own target runs wherever the build does, whether or not the Highway
+        // library (built for a lesser baseline, as Debian's armhf one is) reports it.
+        const int64_t supported = hwy::SupportedTargets() | HWY_STATIC_TARGET;
         for (const TargetFill& f : kTargetFills) {
             if (f.fill == nullptr || (supported & f.target) == 0) continue;
             sets[k].target = f.target;

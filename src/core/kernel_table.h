@@ -2,11 +2,12 @@
 //
 // Each entry has a scalar reference (the required arithmetic written plainly, ycbcr_rows.h) and,
 // where the CPU offers vector instructions, a variant built from one Highway source for SSE4,
-// AVX2, AVX-512 and NEON (ycbcr_rows_simd.cpp). Variants are byte-identical to their reference;
-// the kernel checker (tests/kernel_check.cpp) proves it for every compiled target.
+// AVX2, AVX-512, NEON, SVE and SVE2 (ycbcr_rows_simd.cpp). Variants are byte-identical to their
+// reference; the kernel checker (tests/checker/kernel_check.cpp) proves it for every compiled
+// target the CPU runs.
 //
 // The environment variable QV_SIMD, read once, selects the kernels: `off` (or `scalar`) forces
-// the scalar references; `sse4`, `avx2`, `avx512`, `neon`, ... cap the choice at that level.
+// the scalar references; `sse4`, `avx2`, `avx512`, `neon`, `sve`, ... cap the choice at that level.
 #pragma once
 
 #include <cstdint>

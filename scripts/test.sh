@@ -58,10 +58,11 @@ case "$variant" in
     d=build-aarch64
     cross_build "$d" aarch64
     suite "$d"
-    echo "== the kernel checker: qemu's default CPU, then SVE vectors of 128 and 256 bits, then QV_SIMD=neon"
+    echo "== the kernel checker: qemu's default CPU, SVE vectors of 128 and 256 bits, QV_SIMD=sve and neon"
     kernels "$d" "vector sets on this CPU:.* SVE2 .*NEON"
     kernels "$d" "chosen for this process: SVE2_128;" QEMU_CPU=max,sve-default-vector-length=16
     kernels "$d" "chosen for this process: SVE_256;" QEMU_CPU=max,sve-default-vector-length=32
+    kernels "$d" "chosen for this process: SVE_256;" QEMU_CPU=max,sve-default-vector-length=32 QV_SIMD=sve
     kernels "$d" "chosen for this process: NEON;" QV_SIMD=neon
     echo "== whole-buffer route tests with QV_SIMD=neon"
     QV_SIMD=neon suite "$d" -R '^All/Routes\.'

@@ -101,7 +101,7 @@ int32_t Round4(int64_t v) { return static_cast<int32_t>(v & ~3); }
 using YuvCall = std::function<void(Picture&, Picture&, int32_t, int32_t, int32_t, int32_t)>;
 enum YuvId { kYuvToRGB565, kYuvToARGB, kYuvToRGB24, kYuvToYUY2, kYuvToUYVY, kYuvToNV12, kYuvNV12ToI420,
              kYuvCopy, kYuvRot90, kYuvRot180, kYuvScale, kYuvScaleToRGB565, kYuvARGBToI420,
-             kYuvRGB565ToI420, kYuvRGB565ToARGB, kYuvI422ToRGB565, kYuvI444ToARGB };
+             kYuvRGB565ToI420, kYuvRGB565ToARGB, kYuvI422ToRGB565, kYuvI444ToARGB, kYuvToARGBRot90 };
 YuvCall YuvCallOf(int id) {
     using namespace libyuv;
     switch (id) {
@@ -149,6 +149,14 @@ YuvCall YuvCallOf(int id) {
             RGB565ToARGB(s.plane[0], s.stride[0], d.plane[0], d.stride[0], w, h); };
         case kYuvI422ToRGB565: return [](Picture& s, Picture& d, int32_t w, int32_t h, int32_t, int32_t) {
             I422ToRGB565(s.plane[0], s.stride[0], s.plane[1], s.stride[1], s.plane[2], s.stride[2], d.plane[0], d.stride[0], w, h); };
+        case kYuvToARGBRot90: {
+            // libyuv has no rotating converter: convert into a frame buffer, then rotate it.
+            return [](Picture& s, Picture& d, int32_t w, int32_t h, int32_t, int32_t) {
+                static std::vector<uint8_t> tmp;
+                tmp.resize(static_cast<size_t>(4) * w * h);
+                I420ToARGB(s.plane[0], s.stride[0], s.plane[1], s.stride[1], s.plane[2], s.stride[2], tmp.data(), 4 * w, w, h);
+                ARGBRotate(tmp.data(), 4 * w, d.plane[0], d.stride[0], w, h, kRotate90); };
+        }
         default: return [](Picture& s, Picture& d, int32_t w, int32_t h, int32_t, int32_t) {
             I444ToARGB(s.plane[0], s.stride[0], s.plane[1], s.stride[1], s.plane[2], s.stride[2], d.plane[0], d.stride[0], w, h); };
     }
@@ -156,7 +164,7 @@ YuvCall YuvCallOf(int id) {
 #else
 enum YuvId { kYuvToRGB565, kYuvToARGB, kYuvToRGB24, kYuvToYUY2, kYuvToUYVY, kYuvToNV12, kYuvNV12ToI420,
              kYuvCopy, kYuvRot90, kYuvRot180, kYuvScale, kYuvScaleToRGB565, kYuvARGBToI420,
-             kYuvRGB565ToI420, kYuvRGB565ToARGB, kYuvI422ToRGB565, kYuvI444ToARGB };
+             kYuvRGB565ToI420, kYuvRGB565ToARGB, kYuvI422ToRGB565, kYuvI444ToARGB, kYuvToARGBRot90 };
 #endif
 
 #ifdef QV_BENCH_SWSCALE
@@ -179,6 +187,8 @@ std::vector<Route> Routes() {
         R{"I420 to NV12", 0, 8, 0, 2, 0, 1, 1, kYuvToNV12, kSwsYUV420P, kSwsNV12},
         R{"NV12 to I420", 8, 0, 0, 2, 0, 1, 1, kYuvNV12ToI420, kSwsNV12, kSwsYUV420P},
         R{"I420 copy", 0, 0, 0, 2, 0, 1, 1, kYuvCopy, kSwsYUV420P, kSwsYUV420P},
+        // Rotation 2 is QV_ROTATE_90_CW, the quarter turn libyuv calls kRotate90.
+        R{"I420 to ARGB rotate 90", 0, 5, 2, 2, 0, 1, 1, kYuvToARGBRot90, -1, -1},
         R{"I420 rotate 90", 0, 0, 2, 2, 0, 1, 1, kYuvRot90, -1, -1},
         R{"I420 rotate 180", 0, 0, 3, 2, 0, 1, 1, kYuvRot180, -1, -1},
         R{"I420 bilinear x2/3", 0, 0, 0, 2, 0, 2, 3, kYuvScale, kSwsYUV420P, kSwsYUV420P},

@@ -574,7 +574,7 @@ int main(int argc, char** argv) {
             std::printf(
                 "qv_bench [--table=FILE.md] [--results=FILE.tsv] [--second=FILE.tsv] [--plot=FILE.dat]\n"
                 "         [--routes=TEXT] [--rounds=N] [--peers=libyuv,swscale,floor]\n"
-                "  --table    the markdown table (default bench-results.md; empty: none)\n"
+                "  --table    the markdown table, also printed (default bench-results.md; empty: none)\n"
                 "  --results  this run's medians, for a later run's --second\n"
                 "  --second   a run made in another process (e.g. QV_SIMD=off): its own times and\n"
                 "             ours/libyuv become extra columns\n"
@@ -613,7 +613,7 @@ int main(int argc, char** argv) {
 
     const Results* second = otherPath.empty() ? nullptr : &other;
     const std::string table = Table(jobs, now, second);
-    std::printf("\n%s", table.c_str());
+    if (!tablePath.empty()) std::printf("\n%s", table.c_str());
     int status = 0;
     auto check = [&status](bool ok, const std::string& path) {
         if (ok) std::printf("Written: %s\n", path.c_str());

@@ -219,8 +219,8 @@ std::vector<Route> Routes() {
 
 // ---- measuring --------------------------------------------------------------------------------
 
-int g_rounds = 5;              // measured rounds per route and size
-double g_roundSeconds = 0.05;  // the time of one contender's run in a round
+int g_rounds = 10;              // measured rounds per route and size
+double g_roundSeconds = 0.025;  // the time of one contender's run in a round
 bool g_withSwscale = true, g_withFloor = true, g_withLibyuv = true;
 
 struct Job {
@@ -229,14 +229,15 @@ struct Job {
     int32_t dw, dh;
 };
 
-// One contender of a job: this library, a peer or the floor. `body` is the timed loop.
+// One contender of a job: this library, a peer or the floor. `frame` processes one frame and
+// tells whether it succeeded.
 struct Contender {
     std::string who;
-    std::function<void(benchmark::State&)> body;
+    std::function<bool()> frame;
     std::string error;  // why it is not measured
     benchmark::IterationCount iterations = 0;
     std::vector<double> samples;  // ms per frame, one per round
-    Contender(std::string w, std::function<void(benchmark::State&)> b) : who(std::move(w)), body(std::move(b)) {}
+    Contender(std::string w, std::function<bool()> f) : who(std::move(w)), frame(std::move(f)) {}
     Contender(std::string w, std::string e) : who(std::move(w)), error(std::move(e)) {}
 };
 
@@ -287,27 +288,24 @@ std::vector<Contender> ContendersOf(const Job& j) {
         } else {
             std::shared_ptr<void> context(handle, [](void* h) { Qv()->Destroy(h); });
             const QvFrameOptions options{0, 0, r.deinterlace};
-            c.push_back({"ours", [src, dst, context, options](benchmark::State& st) {
-                             const uint8_t* sp[3] = {src->plane[0], src->plane[1], src->plane[2]};
-                             for (auto _ : st) {
-                                 if (Qv()->ProcessFrame(context.get(), sp, src->stride, dst->plane, dst->stride,
-                                                        &options) != QV_S_OK)
-                                     st.SkipWithError("ProcessFrame failed");
-                                 benchmark::DoNotOptimize(dst->plane[0][0]);
-                             }
-                         }});
+            c.emplace_back("ours", [src, dst, context, options] {
+                const uint8_t* sp[3] = {src->plane[0], src->plane[1], src->plane[2]};
+                const bool ok =
+                    Qv()->ProcessFrame(context.get(), sp, src->stride, dst->plane, dst->stride, &options) == QV_S_OK;
+                benchmark::DoNotOptimize(dst->plane[0][0]);
+                return ok;
+            });
         }
     }
 #ifdef QV_BENCH_LIBYUV
     if (r.yuv >= 0 && g_withLibyuv) {
         auto src = std::make_shared<Picture>(r.srcFormat, w, h);
         auto dst = std::make_shared<Picture>(r.dstFormat, quarter ? dh : dw, quarter ? dw : dh);
-        c.push_back({"libyuv", [src, dst, call = YuvCallOf(r.yuv), w, h, dw, dh](benchmark::State& st) {
-                         for (auto _ : st) {
-                             call(*src, *dst, w, h, dw, dh);
-                             benchmark::DoNotOptimize(dst->plane[0][0]);
-                         }
-                     }});
+        c.emplace_back("libyuv", [src, dst, call = YuvCallOf(r.yuv), w, h, dw, dh] {
+            call(*src, *dst, w, h, dw, dh);
+            benchmark::DoNotOptimize(dst->plane[0][0]);
+            return true;
+        });
     }
 #endif
 #ifdef QV_BENCH_SWSCALE
@@ -320,16 +318,15 @@ std::vector<Contender> ContendersOf(const Job& j) {
             c.emplace_back("swscale", std::string("sws_getContext failed"));
         } else {
             std::shared_ptr<SwsContext> context(sws, sws_freeContext);
-            c.push_back({"swscale", [src, dst, context, h](benchmark::State& st) {
-                             const uint8_t* sp[4] = {src->plane[0], src->plane[1], src->plane[2], nullptr};
-                             const int ss[4] = {src->stride[0], src->stride[1], src->stride[2], 0};
-                             uint8_t* dp[4] = {dst->plane[0], dst->plane[1], dst->plane[2], nullptr};
-                             const int ds[4] = {dst->stride[0], dst->stride[1], dst->stride[2], 0};
-                             for (auto _ : st) {
-                                 sws_scale(context.get(), sp, ss, 0, h, dp, ds);
-                                 benchmark::DoNotOptimize(dst->plane[0][0]);
-                             }
-                         }});
+            c.emplace_back("swscale", [src, dst, context, h] {
+                const uint8_t* sp[4] = {src->plane[0], src->plane[1], src->plane[2], nullptr};
+                const int ss[4] = {src->stride[0], src->stride[1], src->stride[2], 0};
+                uint8_t* dp[4] = {dst->plane[0], dst->plane[1], dst->plane[2], nullptr};
+                const int ds[4] = {dst->stride[0], dst->stride[1], dst->stride[2], 0};
+                const bool ok = sws_scale(context.get(), sp, ss, 0, h, dp, ds) > 0;
+                benchmark::DoNotOptimize(dst->plane[0][0]);
+                return ok;
+            });
         }
     }
 #endif
@@ -338,13 +335,12 @@ std::vector<Contender> ContendersOf(const Job& j) {
         const double traffic = Picture(r.srcFormat, w, h).Bytes() + Picture(r.dstFormat, dw, dh).Bytes();
         const size_t n = static_cast<size_t>(traffic / 2);
         auto a = std::make_shared<std::vector<uint8_t>>(n, 1), b = std::make_shared<std::vector<uint8_t>>(n, 2);
-        c.push_back({"floor", [a, b](benchmark::State& st) {
-                         for (auto _ : st) {
-                             std::memcpy(b->data(), a->data(), a->size());
-                             benchmark::DoNotOptimize(b->data());
-                             benchmark::ClobberMemory();
-                         }
-                     }});
+        c.emplace_back("floor", [a, b] {
+            std::memcpy(b->data(), a->data(), a->size());
+            benchmark::DoNotOptimize(b->data());
+            benchmark::ClobberMemory();
+            return true;
+        });
     }
     return c;
 }
@@ -355,7 +351,13 @@ void RunOnce(std::vector<Contender>& c, Collector& collector, bool calibrate) {
     for (Contender& k : c) {
         if (!k.error.empty()) continue;
         ++registered;
-        auto* b = benchmark::RegisterBenchmark(k.who.c_str(), [&k](benchmark::State& st) { k.body(st); });
+        auto* b = benchmark::RegisterBenchmark(k.who.c_str(), [&k](benchmark::State& st) {
+            // One untimed frame first: the round measures this contender with its own buffers
+            // in the caches, whatever ran before it.
+            bool ok = k.frame();
+            for (auto _ : st) ok = k.frame() && ok;
+            if (!ok) st.SkipWithError("a frame failed");
+        });
         b->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(1);
         if (calibrate) b->MinTime(g_roundSeconds / 2);
         else b->Iterations(k.iterations);
@@ -378,9 +380,9 @@ void RunOnce(std::vector<Contender>& c, Collector& collector, bool calibrate) {
     }
 }
 
-// The job's medians by contender. One calibration run (which also warms the caches), then
-// g_rounds rounds, each running ours, libyuv, swscale and the floor in turn for about
-// g_roundSeconds apiece, so that every contender sees the machine in the same state.
+// The job's medians by contender. One calibration run, then g_rounds rounds, each running ours,
+// libyuv, swscale and the floor in turn (one untimed frame, then about g_roundSeconds of
+// frames), so that the contenders see the machine in the same state.
 std::map<std::string, double> Measure(const Job& j, Collector& collector) {
     std::vector<Contender> c = ContendersOf(j);
     RunOnce(c, collector, true);
@@ -404,7 +406,7 @@ std::map<std::string, double> Measure(const Job& j, Collector& collector) {
 
 // Medians of one process run, keyed "route|size|contender", with what the run was made on.
 struct Results {
-    std::string kernels, simd, cpu;
+    std::string kernels, simd, cpu, load;  // load: the load averages before and after the run
     std::map<std::string, double> ms;
     double Get(const std::string& key) const {
         auto it = ms.find(key);
@@ -432,11 +434,25 @@ std::string CpuModel() {
     return model + ", " + std::to_string(std::thread::hardware_concurrency()) + " logical CPUs";
 }
 
-// Tab-separated: three "# name<TAB>value" lines, then "route<TAB>size<TAB>contender<TAB>ms".
+// The one-minute load average (the machine may be shared with other work).
+std::string LoadAverage() {
+    double load = -1;
+    if (FILE* f = std::fopen("/proc/loadavg", "r")) {
+        if (std::fscanf(f, "%lf", &load) != 1) load = -1;
+        std::fclose(f);
+    }
+    if (load < 0) return "?";
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.2f", load);
+    return buf;
+}
+
+// Tab-separated: four "# name<TAB>value" lines, then "route<TAB>size<TAB>contender<TAB>ms".
 bool WriteResults(const std::string& path, const Results& r) {
     FILE* f = std::fopen(path.c_str(), "w");
     if (f == nullptr) return false;
-    std::fprintf(f, "# kernels\t%s\n# qv_simd\t%s\n# cpu\t%s\n", r.kernels.c_str(), r.simd.c_str(), r.cpu.c_str());
+    std::fprintf(f, "# kernels\t%s\n# qv_simd\t%s\n# cpu\t%s\n# load\t%s\n", r.kernels.c_str(), r.simd.c_str(),
+                 r.cpu.c_str(), r.load.c_str());
     for (const auto& [key, ms] : r.ms) {
         std::string line = key;
         std::replace(line.begin(), line.end(), '|', '\t');
@@ -460,6 +476,7 @@ bool ReadResults(const std::string& path, Results& r) {
         if (field.size() == 2 && field[0] == "# kernels") r.kernels = field[1];
         else if (field.size() == 2 && field[0] == "# qv_simd") r.simd = field[1];
         else if (field.size() == 2 && field[0] == "# cpu") r.cpu = field[1];
+        else if (field.size() == 2 && field[0] == "# load") r.load = field[1];
         else if (field.size() == 4) r.ms[field[0] + "|" + field[1] + "|" + field[2]] = std::atof(field[3].c_str());
     }
     return true;
@@ -487,7 +504,10 @@ std::string Table(const std::vector<Job>& jobs, const Results& now, const Result
     t += std::string("swscale ") + AV_STRINGIFY(LIBSWSCALE_VERSION) + ". ";
 #endif
     t += "Each time is the median of " + std::to_string(g_rounds) +
-         " rounds; a round runs ours, libyuv, swscale and the memcpy floor in turn.\n\n";
+         " rounds; a round runs ours, libyuv, swscale and the memcpy floor in turn.\n";
+    t += "Load average: " + now.load;
+    if (other != nullptr) t += " (" + other->kernels + " run: " + other->load + ")";
+    t += ".\n\n";
     t += "| route | size | ms " + now.kernels;
     if (other != nullptr) t += " | ms " + other->kernels;
     t += " | ours/libyuv";
@@ -580,7 +600,7 @@ int main(int argc, char** argv) {
                 "             ours/libyuv become extra columns\n"
                 "  --plot     the ours/libyuv ratios of both runs, for scripts/bench-chart.gp\n"
                 "  --routes   only routes whose name contains TEXT\n"
-                "  --rounds   measured rounds (default 5)\n"
+                "  --rounds   measured rounds of about 25 ms per contender (default 10)\n"
                 "  --peers    the peers to run beside ours (default all three)\n");
             return 0;
         } else args.push_back(argv[i]);
@@ -592,6 +612,7 @@ int main(int argc, char** argv) {
     now.kernels = qv::KernelSetName();
     if (const char* simd = std::getenv("QV_SIMD")) now.simd = simd;
     now.cpu = CpuModel();
+    const std::string loadBefore = LoadAverage();
     Results other;
     if (!otherPath.empty() && !ReadResults(otherPath, other)) {
         std::fprintf(stderr, "qv_bench: cannot read %s\n", otherPath.c_str());
@@ -610,6 +631,7 @@ int main(int argc, char** argv) {
     for (const Job& j : jobs)
         for (const auto& [who, ms] : Measure(j, collector)) now.ms[Key(j, who.c_str())] = ms;
     benchmark::Shutdown();
+    now.load = loadBefore + " before, " + LoadAverage() + " after";
 
     const Results* second = otherPath.empty() ? nullptr : &other;
     const std::string table = Table(jobs, now, second);

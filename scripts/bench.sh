@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks beside libyuv, swscale and a memcpy floor, in two processes: one
-# with the scalar kernels (QV_SIMD=off, beside libyuv), then one with the kernel set the CPU
-# chooses, or the cap given by --simd LEVEL (or QV_SIMD). The second prints the merged table and
+# Builds and runs the benchmarks beside libyuv, swscale and a memcpy floor, in two processes alike
+# but for the kernels: one with the scalar kernels (QV_SIMD=off), then one with the kernel set the
+# CPU chooses, or the cap given by --simd LEVEL (or QV_SIMD). The second prints the merged table and
 # writes it to bench-results.md (or the .md file given); the ours/libyuv ratios of both are drawn
 # beside it (bench-results.png). Other --name=value options go to both qv_bench runs.
 #   scripts/bench.sh [--simd off|sse4|avx2|avx512|...] [--routes=TEXT] [--rounds=N] [table.md]
@@ -27,8 +27,10 @@ bench=./build-bench/bench/qv_bench
 work=build-bench/results
 mkdir -p "$work"
 
-echo "== scalar kernels (QV_SIMD=off), beside libyuv"
-QV_SIMD=off "$bench" --peers=libyuv --table= --results="$work/scalar.tsv" ${extra[@]+"${extra[@]}"}
+# The same contenders in both runs: what else a process allocates and runs moves our times by
+# up to 10-15% on some routes.
+echo "== scalar kernels (QV_SIMD=off), beside libyuv, swscale and the floor"
+QV_SIMD=off "$bench" --table= --results="$work/scalar.tsv" ${extra[@]+"${extra[@]}"}
 echo "== default kernel set${simd:+ (QV_SIMD=$simd)}, beside libyuv, swscale and the floor"
 if [ -n "$simd" ]; then export QV_SIMD="$simd"; else unset QV_SIMD; fi
 "$bench" --second="$work/scalar.tsv" --results="$work/default.tsv" --plot="$work/ratios.dat" --table="$table" \

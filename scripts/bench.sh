@@ -37,6 +37,10 @@ if [ -n "$simd" ]; then export QV_SIMD="$simd"; else unset QV_SIMD; fi
   ${extra[@]+"${extra[@]}"}
 
 field() { sed -n "s/^# $1\t//p" "$2" | tr -d "'"; }
-gnuplot -e "data='$work/ratios.dat'; out='$chart'; kernels='$(field kernels "$work/default.tsv")'; \
+if grep -q "^\"[^\"]*\"$(printf '\t')[0-9]" "$work/ratios.dat"; then
+  gnuplot -e "data='$work/ratios.dat'; out='$chart'; kernels='$(field kernels "$work/default.tsv")'; \
 second='$(field kernels "$work/scalar.tsv")'; cpu='$(field cpu "$work/default.tsv")'" scripts/bench-chart.gp
-echo "Chart written to $chart"
+  echo "Chart written to $chart"
+else
+  echo "No ours/libyuv ratios (libyuv missing, or no such route run): no chart"
+fi

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstddef>
 
 namespace qv::rules {
@@ -341,8 +342,8 @@ const char* DeinterlaceReads(Extent src[3], uint32_t fmt, uint32_t mode, const C
         const int64_t lines = fmt == 0 && i != 0 ? c.H >> 1 : c.H;
         const int64_t width = i == 0 ? c.W : fmt == 2 ? c.W : c.W >> 1;
         const uint32_t pitch = static_cast<uint32_t>(ss[i]);
-        // Simple modes move min(source pitch, work pitch) bytes a line (the pitches as unsigned).
-        const int64_t simpleBytes = std::min(pitch, P);
+        // Simple modes move min(|source pitch|, work pitch) bytes a line.
+        const int64_t simpleBytes = std::min<int64_t>(std::abs(int64_t{ss[i]}), P);
         const bool chroma422 = fmt == 1 && i != 0;
         switch (mode) {
             case 2:  // discard: the kept field's lines; 4:2:2 chroma runs to the last line

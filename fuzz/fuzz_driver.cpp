@@ -168,6 +168,7 @@ struct PlaneBlock {
     uint8_t* block = nullptr;
     uint8_t* plane = nullptr;
     int64_t size = 0;
+    bool source = false;
 };
 
 class Host {
@@ -388,7 +389,8 @@ bool Host::Frame() {
     uint8_t* dstPlanes[3] = {};
     bool nullRequired = false;
     uint32_t fill = in_.seed();
-    auto make = [&](const Span& s, int32_t stride, bool required, bool absent, const char* side, int i) -> uint8_t* {
+    auto make = [&](const Span& s, int32_t stride, bool required, bool absent, bool source, int i) -> uint8_t* {
+        const char* side = source ? "source" : "destination";
         if (absent) {
             nullRequired = nullRequired || required;
             return nullptr;
@@ -417,14 +419,14 @@ bool Host::Frame() {
         for (int64_t k = 4096; k < b.size; k += 4096)
             std::memcpy(b.block + k, b.block, static_cast<size_t>(std::min<int64_t>(4096, b.size - k)));
         b.plane = s.empty() ? b.block : b.block - s.begin;
+        b.source = source;
         blocks.push_back(b);
         return b.plane;
     };
     for (int i = 0; i < 3; ++i) {
         const int32_t walkStride = i == 2 && rule.crStepsByCbStride ? args.srcStrides[1] : args.srcStrides[i];
-        srcPlanes[i] = make(rule.src[i], walkStride, i < rule.srcPlanes, (missing >> i) & 1, "source", i);
-        dstPlanes[i] =
-            make(rule.dst[i], args.dstStrides[i], i < rule.dstPlanes, (missing >> (3 + i)) & 1, "destination", i);
+        srcPlanes[i] = make(rule.src[i], walkStride, i < rule.srcPlanes, (missing >> i) & 1, true, i);
+        dstPlanes[i] = make(rule.dst[i], args.dstStrides[i], i < rule.dstPlanes, (missing >> (3 + i)) & 1, false, i);
     }
     if (std::getenv("QV_FUZZ_VERBOSE") != nullptr) {
         std::fprintf(stderr, "%s mode %u adjust %d strides src %d %d %d dst %d %d %d missing 0x%02X route %s%s%s\n",
@@ -439,6 +441,9 @@ bool Host::Frame() {
     if (nullRequired) expected = QV_E_INVALIDARG;
     bool ok = outcome_.failure.empty();
     if (ok) {
+        // Every block as it was: no source byte may change, nor any destination byte of a failed frame.
+        std::vector<std::vector<uint8_t>> before;
+        for (const PlaneBlock& b : blocks) before.emplace_back(b.block, b.block + b.size);
         const QvResult r = api_->ProcessFrame(handle_, srcPlanes, args.srcStrides, dstPlanes, args.dstStrides,
                                               withOptions ? &options : nullptr);
         ++outcome_.frames;
@@ -449,6 +454,12 @@ bool Host::Frame() {
                           static_cast<unsigned>(r), static_cast<unsigned>(expected), rule.route,
                           *rule.refusal ? ", refused: " : "", rule.refusal);
             ok = Fail(text);
+        }
+        for (size_t k = 0; ok && k < blocks.size(); ++k) {
+            if (!blocks[k].source && r == QV_S_OK) continue;
+            if (blocks[k].size != 0 && std::memcmp(blocks[k].block, before[k].data(), before[k].size()) != 0)
+                ok = Fail(blocks[k].source ? "the frame changed a source byte"
+                                           : "a failed frame wrote its destination");
         }
     }
     for (PlaneBlock& b : blocks) std::free(b.block);

@@ -2,7 +2,8 @@
 // operations, rotations, interpolations, sizes, strides, adjustments, properties, deinterlace
 // modes and missing planes. Every plane it passes is a separate heap block of exactly the size
 // the frame-buffer rules give, so AddressSanitizer reports any access outside them; the result
-// codes are checked against the rules as well.
+// codes are checked against the rules as well, and no frame may change a source byte, nor a
+// failed one a destination byte.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, only those that are missing.
 #   scripts/deps.sh [extra-package ...]
+# A package named with an architecture (libhwy-dev:i386) adds that architecture to dpkg first.
 set -euo pipefail
 packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev "$@")
 missing=()
@@ -11,6 +12,13 @@ if [ ${#missing[@]} -gt 0 ]; then
   echo "Installing: ${missing[*]}"
   SUDO=""
   [ "$(id -u)" -eq 0 ] || SUDO="sudo"
-  $SUDO apt-get update -qq
+  for p in "${missing[@]}"; do
+    case "$p" in
+      *:*) arch="${p##*:}"
+           dpkg --print-foreign-architectures | grep -qx "$arch" || $SUDO dpkg --add-architecture "$arch" ;;
+    esac
+  done
+  # One index that fails to load must not stop the rest: the install below says what is missing.
+  $SUDO apt-get update -qq || echo "apt-get update reported errors; installing from the lists it has" >&2
   DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi

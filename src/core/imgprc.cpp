@@ -139,9 +139,28 @@ bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const i
     return ok;
 }
 
+void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, uint8_t* terms) {
+    const auto put = [terms](int32_t table, int s, int32_t value) {
+        terms[table * 512 + s] = static_cast<uint8_t>(value & 0xFF);
+        terms[table * 512 + 256 + s] = static_cast<uint8_t>((value >> 8) & 0xFF);
+    };
+    for (int s = 0; s < 256; ++s) {
+        const int32_t cbHigh = cbTable[s] >> 16, crHigh = crTable[s] >> 16;
+        const int32_t cbLow = static_cast<int16_t>(cbTable[s] & 0xFFFF), crLow = static_cast<int16_t>(crTable[s] & 0xFFFF);
+        put(kTermLuma, s, yTable[s] - 32768);
+        put(kTermRedA, s, crHigh);
+        put(kTermRedB, s, std::min(crHigh + (crLow < 0 ? 1 : 0), 32767));
+        put(kTermBlueA, s, cbHigh);
+        put(kTermBlueB, s, std::min(cbHigh + (cbLow < 0 ? 1 : 0), 32767));
+        put(kTermCbLow, s, cbLow);
+        put(kTermCrLow, s, crLow);
+    }
+}
+
 void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation) {
     set_transtable(ctx->yTable, ctx->cbTable, ctx->crTable, brightness, contrast, saturation);
     if (ConvFit* fit = FitOf(ctx)) FitConversionTables(ctx->yTable, ctx->cbTable, ctx->crTable, fit);
+    if (uint8_t* terms = TermTablesOf(ctx)) SplitConversionTables(ctx->yTable, ctx->cbTable, ctx->crTable, terms);
 }
 
 int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
@@ -162,8 +181,8 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
         }
     }
 
-    // The tables, then their fit, 4-byte aligned.
-    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBytes + sizeof(ConvFit) + 4));
+    // The tables, their fit and the split term tables.
+    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBlockBytes));
     if (ctx->convTableBlock == nullptr) return kOutOfMemory;
     uint8_t* tables = AlignUp(ctx->convTableBlock, 4);
     ctx->yTable = reinterpret_cast<uint16_t*>(tables);

@@ -52,15 +52,15 @@ const KernelTable* Choose() {
 const KernelTable& ScalarKernels() {
     static const KernelTable table = {
         "scalar",
-        &rows::RowPair<rows::PackRGB565>,
-        &rows::RowPair<rows::PackRGB888>,
-        &rows::RowPair<rows::PackARGB32>,
-        &rows::RowPair<rows::PackRGB555>,
-        &rows::RowPair<rows::PackInterp>,
-        &rows::Row<rows::PackRGB565, 1>,
-        &rows::Row<rows::PackRGB565, 0>,
-        &rows::Row<rows::PackRGB888, 0>,
-        &rows::Row<rows::PackARGB32, 0>,
+        rows::RowPair<rows::PackRGB565>,
+        rows::RowPair<rows::PackRGB888>,
+        rows::RowPair<rows::PackARGB32>,
+        rows::RowPair<rows::PackRGB555>,
+        rows::RowPair<rows::PackInterp>,
+        rows::Row<rows::PackRGB565, 1>,
+        rows::Row<rows::PackRGB565, 0>,
+        rows::Row<rows::PackRGB888, 0>,
+        rows::Row<rows::PackARGB32, 0>,
     };
     return table;
 }

@@ -72,6 +72,15 @@ constexpr int32_t kConvTableBytes = 2560;  // yTable, cbTable, crTable back to b
 // Fits the three tables; returns fit->ok.
 bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, ConvFit* fit);
 
+// The terms the vector kernels add per pixel, as 16-bit tables split into a table of low bytes
+// and one of high bytes, for byte-permute look-ups: y - 32768; the red term as two halves of one
+// sign (the Cr high half, and the high half plus one for a negative low half, held at 32767);
+// the blue term likewise from Cb; the Cb and Cr low halves, whose 16-bit sum is half the green
+// term. Each of the seven is 256 low bytes, then 256 high bytes.
+enum TermTable : int32_t { kTermLuma, kTermRedA, kTermRedB, kTermBlueA, kTermBlueB, kTermCbLow, kTermCrLow, kTermTables };
+constexpr int32_t kTermTableBytes = kTermTables * 512;
+void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, uint8_t* terms);
+
 // The conversion tables taken out of the context once per frame. Held in a loop's own
 // variables they stay in registers; read through the context they would be reloaded after
 // every store into a destination byte (which may alias anything).
@@ -79,15 +88,23 @@ struct ConvTables {
     const uint16_t* y;
     const int32_t* cb;
     const int32_t* cr;
-    const ConvFit* fit = nullptr;  // null: look the entries up
+    const ConvFit* fit = nullptr;     // null: look the entries up
+    const uint8_t* terms = nullptr;   // the split term tables, or null
     ChromaTerms Chroma(uint8_t cbSample, uint8_t crSample) const { return ChromaTermsOf(cb[cbSample], cr[crSample]); }
 };
-// The fit lives in the context's table block, after the tables.
+// The fit and the split term tables live in the context's table block, after the tables.
+constexpr size_t kConvTableBlockBytes = kConvTableBytes + sizeof(ConvFit) + 64 + kTermTableBytes + 4;
 inline ConvFit* FitOf(const QvImgPrcContext* ctx) {
     if (ctx->convTableBlock == nullptr) return nullptr;
     return reinterpret_cast<ConvFit*>(AlignUp(ctx->convTableBlock, 4) + kConvTableBytes);
 }
-inline ConvTables TablesOf(const QvImgPrcContext* ctx) { return {ctx->yTable, ctx->cbTable, ctx->crTable, FitOf(ctx)}; }
+inline uint8_t* TermTablesOf(const QvImgPrcContext* ctx) {
+    if (ctx->convTableBlock == nullptr) return nullptr;
+    return AlignUp(reinterpret_cast<uint8_t*>(FitOf(ctx) + 1), 64);
+}
+inline ConvTables TablesOf(const QvImgPrcContext* ctx) {
+    return {ctx->yTable, ctx->cbTable, ctx->crTable, FitOf(ctx), TermTablesOf(ctx)};
+}
 
 // Clamped to 0..max. The lower bound is tested first: the sign comes with the shift that
 // produced v, so no separate test is needed (the result is the same in either order).

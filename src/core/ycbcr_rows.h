@@ -83,20 +83,28 @@ inline void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint
     }
 }
 
-template <class Pack>
-void RowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, uint8_t* d1,
-             int32_t width, const ConvTables& t, uint32_t arg) {
+// The kernel-table signatures over a rows function (this file's ConvertRows, or a vector one):
+// a 4:2:0 row pair, or one row given as a pair of the same row.
+using RowsFn = void (*)(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr, uint8_t* const d[2],
+                        int32_t width, const ConvTables& t, uint32_t arg);
+template <RowsFn kRows>
+void RowPairOf(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, uint8_t* d1,
+               int32_t width, const ConvTables& t, uint32_t arg) {
     const uint8_t* const y[2] = {y0, y1};
     uint8_t* const d[2] = {d0, d1};
-    ConvertRows<Pack, 2, 1>(y, cb, cr, d, width, t, arg);
+    kRows(y, cb, cr, d, width, t, arg);
 }
-
-template <class Pack, int kChromaShift>
-void Row(const uint8_t* y0, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, int32_t width, const ConvTables& t,
-         uint32_t arg) {
+template <RowsFn kRows>
+void RowOf(const uint8_t* y0, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, int32_t width, const ConvTables& t,
+           uint32_t arg) {
     const uint8_t* const y[2] = {y0, y0};
     uint8_t* const d[2] = {d0, d0};
-    ConvertRows<Pack, 1, kChromaShift>(y, cb, cr, d, width, t, arg);
+    kRows(y, cb, cr, d, width, t, arg);
 }
+
+template <class Pack>
+constexpr auto RowPair = &RowPairOf<&ConvertRows<Pack, 2, 1>>;
+template <class Pack, int kChromaShift>
+constexpr auto Row = &RowOf<&ConvertRows<Pack, 1, kChromaShift>>;
 
 }  // namespace qv::rows

@@ -18,6 +18,9 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <array>
+#include <type_traits>
+
 #include "core/kernel_table.h"
 #include "core/ycbcr_rows.h"
 
@@ -56,26 +59,40 @@ struct ChromaEntries {
     V32 cbHigh, cbLow, crHigh, crLow;
 };
 
-// Entries computed from the fitted lines.
+// Entries computed from the fitted lines. The coefficients are broadcast once per row: read
+// from the fit inside the loop they would be reloaded after every store into the destination.
 struct FittedEntries {
-    const ConvFit& fit;
-    HWY_INLINE V32 Line(V32 s, const AffinePiece& p) const {
+    struct Half {
+        V32 split, a0, b0, a1, b1;
+        int shift;
+    };
+    V32 lumaA, lumaB;
+    int lumaShift;
+    Half half[4];
+    explicit FittedEntries(const ConvFit& fit) {
         const DI32 d32;
-        return hn::ShiftRightSame(hn::Add(hn::Mul(s, hn::Set(d32, p.a)), hn::Set(d32, p.b)), p.shift);
+        lumaA = hn::Set(d32, fit.luma.a);
+        lumaB = hn::Set(d32, fit.luma.b);
+        lumaShift = fit.luma.shift;
+        for (int t = 0; t < 4; ++t) {
+            // Both pieces of a half share one shift.
+            half[t] = {hn::Set(d32, fit.split[t]), hn::Set(d32, fit.chroma[t][0].a), hn::Set(d32, fit.chroma[t][0].b),
+                       hn::Set(d32, fit.chroma[t][1].a), hn::Set(d32, fit.chroma[t][1].b), fit.chroma[t][0].shift};
+        }
     }
-    HWY_INLINE V32 Half(V32 s, int t) const {
-        const DI32 d32;
-        const AffinePiece& lo = fit.chroma[t][0];
-        const AffinePiece& hi = fit.chroma[t][1];
-        const auto below = hn::Lt(s, hn::Set(d32, fit.split[t]));
-        // Both pieces of a half share one shift.
-        const V32 a = hn::IfThenElse(below, hn::Set(d32, lo.a), hn::Set(d32, hi.a));
-        const V32 b = hn::IfThenElse(below, hn::Set(d32, lo.b), hn::Set(d32, hi.b));
-        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, a), b), lo.shift));
+    HWY_INLINE V32 Entry(V32 s, int t) const {
+        const Half& h = half[t];
+        const auto below = hn::Lt(s, h.split);
+        const V32 line = hn::Add(hn::Mul(s, hn::IfThenElse(below, h.a0, h.a1)), hn::IfThenElse(below, h.b0, h.b1));
+        return Clamp16(hn::ShiftRightSame(line, h.shift));
     }
     // y - 32768 for luma samples.
-    HWY_INLINE V32 Luma(V32 s) const { return Clamp16(Line(s, fit.luma)); }
-    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const { return {Half(cb, 0), Half(cb, 1), Half(cr, 2), Half(cr, 3)}; }
+    HWY_INLINE V32 Luma(V32 s) const {
+        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, lumaA), lumaB), lumaShift));
+    }
+    HWY_INLINE ChromaEntries Chroma(V32 cb, V32 cr) const {
+        return {Entry(cb, 0), Entry(cb, 1), Entry(cr, 2), Entry(cr, 3)};
+    }
 };
 
 // Entries gathered from the tables.
@@ -245,13 +262,231 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
     return x;
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+// ---- table look-ups with byte permutes (AVX-512 VBMI) ---------------------------------------
+// A 256-entry byte table is four registers; 64 samples are looked up with two two-register
+// permutes (the low seven bits of each sample) and a blend on the sample's top bit. A 16-bit
+// term is a table of low bytes and one of high bytes; a third permute lays the pairs out as
+// 16-bit lanes in pixel order, duplicated per pixel pair for shared chroma.
+
+struct SplitTerms {
+    const uint8_t* base;
+    HWY_INLINE __m512i Bytes(__m512i samples, __mmask64 top, int32_t table, int half) const {
+        const uint8_t* t = base + table * 512 + half * 256;
+        const __m512i low = _mm512_permutex2var_epi8(_mm512_load_si512(t), samples, _mm512_load_si512(t + 64));
+        const __m512i high = _mm512_permutex2var_epi8(_mm512_load_si512(t + 128), samples, _mm512_load_si512(t + 192));
+        return _mm512_mask_blend_epi8(top, low, high);
+    }
+    // The 16-bit values of `table` for the samples, laid out by `order`.
+    HWY_INLINE void Lookup(__m512i samples, __mmask64 top, int32_t table, const __m512i order[2], V16 out[2]) const {
+        const __m512i low = Bytes(samples, top, table, 0);
+        const __m512i high = Bytes(samples, top, table, 1);
+        out[0] = V16{_mm512_permutex2var_epi8(low, order[0], high)};
+        out[1] = V16{_mm512_permutex2var_epi8(low, order[1], high)};
+    }
+};
+
+// Byte-permute indices, made at compile time: output byte k takes byte f(k) of the first source
+// (0-63) or byte f(k) - 64 of the second (64-127).
+using Index = std::array<uint8_t, 64>;
+template <class F>
+constexpr Index MakeIndex(F f) {
+    Index index{};
+    for (int k = 0; k < 64; ++k) index[static_cast<size_t>(k)] = static_cast<uint8_t>(f(k));
+    return index;
+}
+HWY_INLINE __m512i Load(const Index& index) { return _mm512_loadu_si512(index.data()); }
+
+// 16-bit lanes of half h (pixels 32h..32h+31) of a 64-pixel step from a low-byte and a
+// high-byte source: sample j of the half, or sample j / 2 (chroma shared by a pixel pair).
+template <int h>
+constexpr Index kPixelOrder = MakeIndex([](int k) { return (k & 1) * 64 + 32 * h + (k >> 1); });
+template <int h>
+constexpr Index kPairOrder = MakeIndex([](int k) { return (k & 1) * 64 + 16 * h + (k >> 2); });
+
+
+// ---- packing 64 pixels with byte permutes ---------------------------------------------------
+// A channel sum s (saturated, as Channel gives it) holds its 8-bit value in the high byte of
+// min(s, -1) << 1: (min(s, -1) + 32768) >> 7 is bits 8-15 of (min(s, -1) + 32768) << 1, which
+// equals min(s, -1) << 1 modulo 2^16.
+HWY_INLINE __m512i ChannelBytes(V16 half0, V16 half1) {
+    const DI16 d16;
+    const V16 m1 = hn::Set(d16, int16_t{-1});
+    static constexpr Index kHighBytes = MakeIndex([](int k) { return k < 32 ? 2 * k + 1 : 64 + 2 * (k - 32) + 1; });
+    return _mm512_permutex2var_epi8(hn::ShiftLeft<1>(hn::Min(half0, m1)).raw, Load(kHighBytes),
+                                    hn::ShiftLeft<1>(hn::Min(half1, m1)).raw);
+}
+
+// ARGB32: a pixel's low 16 bits are green << 8 | blue, its high 16 bits alpha << 8 | red; one
+// permute interleaves the two for 16 pixels.
+template <int q>
+constexpr Index kInterleave = MakeIndex([](int k) {
+    const int lane = 16 * (q & 1) + k / 4;  // 16-bit lane within the half
+    return (k & 2) * 32 + 2 * lane + (k & 1);
+});
+HWY_INLINE void StoreARGB(const V16 r[2], const V16 g[2], const V16 b[2], uint8_t alpha, uint8_t* p) {
+    const DI16 d16;
+    const DU16 du16;
+    const V16 m1 = hn::Set(d16, int16_t{-1});
+    const auto lowByte = hn::Set(du16, uint16_t{0x00FF});
+    for (int h = 0; h < 2; ++h) {
+        // Red and blue in the low byte of min(s, -1) >> 7 (its high byte is all ones), green in
+        // the high byte of min(s, -1) << 1.
+        const auto red = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(r[h], m1)));
+        const auto green = hn::BitCast(du16, hn::ShiftLeft<1>(hn::Min(g[h], m1)));
+        const auto blue = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(b[h], m1)));
+        const auto low = hn::IfVecThenElse(lowByte, blue, green);  // bitwise select
+        const auto high = hn::IfVecThenElse(lowByte, red, hn::Set(du16, static_cast<uint16_t>(alpha << 8)));
+        _mm512_storeu_si512(p + 128 * h, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<0>), high.raw));
+        _mm512_storeu_si512(p + 128 * h + 64, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<1>), high.raw));
+    }
+}
+
+// RGB888: bytes blue, green, red; 64 bytes a register, a pixel every 3.
+template <int q>
+constexpr Index kBlueGreen3 = MakeIndex([](int k) {
+    const int byte = 64 * q + k;
+    return byte % 3 == 0 ? byte / 3 : byte % 3 == 1 ? 64 + byte / 3 : 0;
+});
+template <int q>
+constexpr Index kThenRed3 = MakeIndex([](int k) {
+    const int byte = 64 * q + k;
+    return byte % 3 == 2 ? 64 + byte / 3 : k;
+});
+template <int q>
+HWY_INLINE void StoreRGBThird(__m512i b, __m512i g, __m512i r, uint8_t* p) {
+    const __m512i bg = _mm512_permutex2var_epi8(b, Load(kBlueGreen3<q>), g);
+    _mm512_storeu_si512(p + 64 * q, _mm512_permutex2var_epi8(bg, Load(kThenRed3<q>), r));
+}
+
+// Stores the 64 pixels of a step: two halves of 32 through the packer, or all 64 by permutes.
+template <class VecPack>
+HWY_INLINE void Store64(const VecPack& pack, const V16 r[2], const V16 g[2], const V16 b[2], const V16 y[2],
+                        const V16 cb[2], const V16 cr[2], uint8_t* p) {
+    using Ref = typename VecPack::Ref;
+    if constexpr (std::is_same_v<Ref, rows::PackARGB32> || std::is_same_v<Ref, rows::PackRGB888>) {
+        if constexpr (std::is_same_v<Ref, rows::PackARGB32>) {
+            StoreARGB(r, g, b, pack.alpha, p);
+        } else {
+            const __m512i blue = ChannelBytes(b[0], b[1]), green = ChannelBytes(g[0], g[1]), red = ChannelBytes(r[0], r[1]);
+            StoreRGBThird<0>(blue, green, red, p);
+            StoreRGBThird<1>(blue, green, red, p);
+            StoreRGBThird<2>(blue, green, red, p);
+        }
+    } else {
+        for (int h = 0; h < 2; ++h) pack.Store(r[h], g[h], b[h], y[h], cb[h], cr[h], p + 32 * h * Ref::kBytes);
+    }
+}
+
+// The low and high bytes of the chroma tables for 64 samples of each plane.
+struct ChromaBytes {
+    __m512i cbs, crs;  // the samples
+    __m512i redA[2], blueA[2], cbLow[2], crLow[2];
+};
+HWY_INLINE ChromaBytes LookupChroma(const SplitTerms& split, __m512i cbs, __m512i crs) {
+    const __mmask64 cbTop = _mm512_movepi8_mask(cbs), crTop = _mm512_movepi8_mask(crs);
+    ChromaBytes c;
+    c.cbs = cbs;
+    c.crs = crs;
+    for (int half = 0; half < 2; ++half) {
+        c.redA[half] = split.Bytes(crs, crTop, kTermRedA, half);
+        c.blueA[half] = split.Bytes(cbs, cbTop, kTermBlueA, half);
+        c.cbLow[half] = split.Bytes(cbs, cbTop, kTermCbLow, half);
+        c.crLow[half] = split.Bytes(crs, crTop, kTermCrLow, half);
+    }
+    return c;
+}
+
+// The chroma terms of 32 pixels, laid out by `order`.
+struct ChromaTerms16 {
+    V16 redA, redB, green, blueA, blueB, cbSamples, crSamples;
+};
+HWY_INLINE ChromaTerms16 TermsAt(const ChromaBytes& c, __m512i order) {
+    const auto arrange = [order](const __m512i bytes[2]) {
+        return V16{_mm512_permutex2var_epi8(bytes[0], order, bytes[1])};
+    };
+    ChromaTerms16 t;
+    t.redA = arrange(c.redA);
+    t.blueA = arrange(c.blueA);
+    const V16 cbLow = arrange(c.cbLow), crLow = arrange(c.crLow);
+    // The second half of a term: one more for a negative low half, held at 32767 (the split
+    // tables' red B and blue B, computed here rather than looked up).
+    t.redB = hn::SaturatedSub(t.redA, hn::ShiftRight<15>(crLow));
+    t.blueB = hn::SaturatedSub(t.blueA, hn::ShiftRight<15>(cbLow));
+    t.green = hn::Add(cbLow, crLow);  // wraps in 16 bits, as the entries' sum does
+    // The samples themselves as 16-bit lanes (for the colour key), in the same order.
+    t.cbSamples = V16{_mm512_permutex2var_epi8(c.cbs, order, _mm512_setzero_si512())};
+    t.crSamples = V16{_mm512_permutex2var_epi8(c.crs, order, _mm512_setzero_si512())};
+    return t;
+}
+
+// One step of 64 x kSteps columns of kRows rows: chroma looked up once (64 samples of a plane,
+// shared by pixel pairs over 128 columns, or one a pixel over 64), then 64 columns at a time.
+template <class VecPack, int kRows, int kChromaShift, int kSteps>
+HWY_INLINE void LookupStep(const SplitTerms& split, const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr,
+                           uint8_t* const d[2], int32_t x, const VecPack& pack) {
+    constexpr int kBytes = VecPack::Ref::kBytes;
+    __m512i cbs, crs;
+    if constexpr (kChromaShift == 1 && kSteps == 1) {
+        cbs = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(cb + (x >> 1))));
+        crs = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(cr + (x >> 1))));
+    } else {
+        cbs = _mm512_loadu_si512(cb + (x >> kChromaShift));
+        crs = _mm512_loadu_si512(cr + (x >> kChromaShift));
+    }
+    const ChromaBytes chroma = LookupChroma(split, cbs, crs);
+    static constexpr Index kOrders[4] = {kChromaShift ? kPairOrder<0> : kPixelOrder<0>,
+                                         kChromaShift ? kPairOrder<1> : kPixelOrder<1>, kPairOrder<2>, kPairOrder<3>};
+    for (int step = 0; step < kSteps; ++step) {
+        const ChromaTerms16 t[2] = {TermsAt(chroma, Load(kOrders[2 * step])), TermsAt(chroma, Load(kOrders[2 * step + 1]))};
+        const int32_t column = x + 64 * step;
+        for (int row = 0; row < kRows; ++row) {
+            const __m512i ys = _mm512_loadu_si512(y[row] + column);
+            const __m512i pixelOrder[2] = {Load(kPixelOrder<0>), Load(kPixelOrder<1>)};
+            V16 luma[2], red[2], green[2], blue[2], ySamples[2], cbSamples[2], crSamples[2];
+            split.Lookup(ys, _mm512_movepi8_mask(ys), kTermLuma, pixelOrder, luma);
+            for (int h = 0; h < 2; ++h) {
+                ySamples[h] = V16{_mm512_permutex2var_epi8(ys, pixelOrder[h], _mm512_setzero_si512())};
+                cbSamples[h] = t[h].cbSamples;
+                crSamples[h] = t[h].crSamples;
+                red[h] = Channel(luma[h], t[h].redA, t[h].redB);
+                green[h] = Channel(luma[h], t[h].green, t[h].green);
+                blue[h] = Channel(luma[h], t[h].blueA, t[h].blueB);
+            }
+            Store64(pack, red, green, blue, ySamples, cbSamples, crSamples, d[row] + column * kBytes);
+        }
+    }
+}
+
+// Whole steps of 64 pixels through the split term tables; returns the pixels done.
+template <class VecPack, int kRows, int kChromaShift>
+HWY_INLINE int32_t LookupPart(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr, uint8_t* const d[2],
+                              int32_t width, const uint8_t* terms, const VecPack& pack) {
+    const SplitTerms split{terms};
+    int32_t x = 0;
+    if constexpr (kChromaShift == 1) {
+        for (; x + 128 <= width; x += 128) LookupStep<VecPack, kRows, 1, 2>(split, y, cb, cr, d, x, pack);
+    }
+    for (; x + 64 <= width; x += 64) LookupStep<VecPack, kRows, kChromaShift, 1>(split, y, cb, cr, d, x, pack);
+    return x;
+}
+#endif  // HWY_AVX3_DL
+
 template <class VecPack, int kRows, int kChromaShift>
 void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr, uint8_t* const d[2], int32_t width,
                  const ConvTables& t, uint32_t arg) {
     const VecPack pack(arg);
-    const int32_t done = t.fit != nullptr && t.fit->ok
-                             ? VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries{*t.fit}, pack)
-                             : VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, GatheredEntries{t}, pack);
+    int32_t done;
+#if HWY_TARGET == HWY_AVX3_DL
+    if (t.terms != nullptr) {
+        done = LookupPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, t.terms, pack);
+    } else
+#endif
+    if (t.fit != nullptr && t.fit->ok) {
+        done = VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries(*t.fit), pack);
+    } else {
+        done = VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, GatheredEntries{t}, pack);
+    }
     if (done == width) return;
     constexpr int kBytes = VecPack::Ref::kBytes;
     const uint8_t* const yRest[2] = {y[0] + done, y[1] + done};
@@ -262,34 +497,23 @@ void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr
 }
 
 template <class VecPack>
-void RowPair(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, uint8_t* d1,
-             int32_t width, const ConvTables& t, uint32_t arg) {
-    const uint8_t* const y[2] = {y0, y1};
-    uint8_t* const d[2] = {d0, d1};
-    ConvertRows<VecPack, 2, 1>(y, cb, cr, d, width, t, arg);
-}
-
+constexpr auto RowPair = &rows::RowPairOf<&ConvertRows<VecPack, 2, 1>>;
 template <class VecPack, int kChromaShift>
-void Row(const uint8_t* y0, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, int32_t width, const ConvTables& t,
-         uint32_t arg) {
-    const uint8_t* const y[2] = {y0, y0};
-    uint8_t* const d[2] = {d0, d0};
-    ConvertRows<VecPack, 1, kChromaShift>(y, cb, cr, d, width, t, arg);
-}
+constexpr auto Row = &rows::RowOf<&ConvertRows<VecPack, 1, kChromaShift>>;
 
 }  // namespace
 
 void FillKernels(KernelTable* k) {
     k->name = hwy::TargetName(HWY_TARGET);
-    k->pairToRGB565 = &RowPair<VecRGB565>;
-    k->pairToRGB888 = &RowPair<VecRGB888>;
-    k->pairToARGB32 = &RowPair<VecARGB32>;
-    k->pairToRGB555 = &RowPair<VecRGB555>;
-    k->pairToInterp = &RowPair<VecInterp>;
-    k->row422ToRGB565 = &Row<VecRGB565, 1>;
-    k->row444ToRGB565 = &Row<VecRGB565, 0>;
-    k->row444ToRGB888 = &Row<VecRGB888, 0>;
-    k->row444ToARGB32 = &Row<VecARGB32, 0>;
+    k->pairToRGB565 = RowPair<VecRGB565>;
+    k->pairToRGB888 = RowPair<VecRGB888>;
+    k->pairToARGB32 = RowPair<VecARGB32>;
+    k->pairToRGB555 = RowPair<VecRGB555>;
+    k->pairToInterp = RowPair<VecInterp>;
+    k->row422ToRGB565 = Row<VecRGB565, 1>;
+    k->row444ToRGB565 = Row<VecRGB565, 0>;
+    k->row444ToRGB888 = Row<VecRGB888, 0>;
+    k->row444ToARGB32 = Row<VecARGB32, 0>;
 }
 
 }  // namespace HWY_NAMESPACE

@@ -20,6 +20,10 @@ inline T* Line(T* base, int32_t k, uint32_t pitch) {
 
 inline uint32_t UsedPlanes(const DeintPicture* p) { return std::min<uint32_t>(p->planeCount, 4); }
 
+// The bytes between one line and the next whichever way the plane runs: a bottom-up plane (a
+// negative pitch, stored in two's complement) has its lines before the plane pointer, line 0 last.
+inline uint32_t PitchBytes(uint32_t pitch) { return static_cast<int32_t>(pitch) < 0 ? 0u - pitch : pitch; }
+
 // Lines of plane i: 4:2:0 chroma has half the luma lines, every other plane has `height`.
 inline int32_t PlaneLines(uint32_t fmt, uint32_t plane, uint32_t height) {
     return static_cast<int32_t>(fmt == kYCbCr420 && plane != 0 ? height >> 1 : height);
@@ -28,8 +32,10 @@ inline int32_t PlaneLines(uint32_t fmt, uint32_t plane, uint32_t height) {
 // ---- simple modes -----------------------------------------------------------------------------
 
 // One plane of a simple mode, lines by index. A copy or average moves min(source pitch, output
-// pitch) bytes. Output lines past the plane are never written; source indices past it read the
-// last line (4:2:2 chroma steps two source lines per output line and runs off the plane).
+// pitch) bytes, each pitch taken by its size: compared as unsigned, a bottom-up pitch would always
+// lose and every line would move the whole output pitch, reading past the end of the plane from
+// line 0. Output lines past the plane are never written; source indices past it read the last
+// line (4:2:2 chroma steps two source lines per output line and runs off the plane).
 struct LineMover {
     const uint8_t* src;
     uint32_t srcPitch;
@@ -48,7 +54,7 @@ struct LineMover {
     }
     // Output line `from` copied to output line `out` over the whole output pitch.
     void CopyOutput(int32_t out, int32_t from) const {
-        if (out < lines) std::memcpy(Dst(out), Dst(from), dstPitch);
+        if (out < lines) std::memcpy(Dst(out), Dst(from), PitchBytes(dstPitch));
     }
 };
 
@@ -62,7 +68,8 @@ int32_t ForEachSimplePlane(DeintPicture* out, const DeintPicture* in, uint32_t f
     for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
         if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
         const LineMover m{in->pixels[i],  in->pitch[i], out->pixels[i], out->pitch[i],
-                          PlaneLines(fmt, i, height), std::min(in->pitch[i], out->pitch[i])};
+                          PlaneLines(fmt, i, height),
+                          std::min(PitchBytes(in->pitch[i]), PitchBytes(out->pitch[i]))};
         if (m.lines > 0) body(m, fmt == kYCbCr422 && i != 0);
     }
     return kOk;

@@ -40,8 +40,9 @@ int32_t DeInterlace(DeintPicture* out, const DeintPicture* in, uint32_t width, u
 void Merge(uint8_t* dst, const uint8_t* src1, const uint8_t* src2, uint32_t count);
 
 // ---- simple modes -----------------------------------------------------------------------------
-// Line copies and averages move min(source pitch, output pitch) bytes; 4:4:4 sources are left
-// unwritten except by linear, which treats every 4:4:4 plane as `height` lines.
+// Line copies and averages move min(source pitch, output pitch) bytes, a negative (bottom-up)
+// pitch counting by its size; 4:4:4 sources are left unwritten except by linear, which treats
+// every 4:4:4 plane as `height` lines.
 int32_t picture_deinterlace_discard(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
                                     uint32_t width, uint32_t height, uint32_t field);
 int32_t picture_deinterlace_bob(DeintPicture* out, const DeintPicture* in, uint32_t fmt,

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdio>
@@ -205,6 +206,31 @@ ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
     return {};
 }
 
+// What a run allocates before its first frame: the context's work planes (4 x P x H, P the width
+// rounded up to 16, zero-filled by Create), its line buffers when it scales, the frames and the
+// source's own pictures.
+struct Allocation {
+    int64_t context = 0, frames = 0;
+    int64_t total() const { return context + frames; }
+};
+Allocation Planned(const Options& o, const Plan& plan, const FrameSource& source) {
+    Allocation a;
+    a.context = 4 * ((int64_t{plan.W} + 15) & ~int64_t{15}) * plan.H;
+    if (plan.DW != plan.W || plan.DH != plan.H) {
+        const int64_t widest = std::max(plan.W, plan.DW);
+        a.context += 4 * (o.interpolation == QV_INTERP_NEAR_LINEAR ? 8 * widest + 32 : 4 * widest + 16);
+    }
+    a.frames = FrameAllocationBytes(*plan.src, plan.W, plan.H, Padding::kSource) +
+               FrameAllocationBytes(*plan.dst, plan.outW, plan.outH, Padding::kTight) + source.PictureBytes();
+    return a;
+}
+
+std::string GiB(int64_t bytes) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f GiB", static_cast<double>(bytes) / (int64_t{1} << 30));
+    return text;
+}
+
 // Create, then the properties: colour adjustment (Set, and Get to learn whether the route uses it)
 // and the colour key.
 ConvertResult SetUpContext(const Options& o, Plan& plan, Context& context, ConvertReport& report) {
@@ -342,6 +368,14 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
     std::unique_ptr<FrameSource> source;
     if (std::string error = OpenSource(request, source); !error.empty()) return Failure(error);
     if (ConvertResult r = PlanRoute(o, *source, plan); r.code != ExitCode::kOk) return r;
+    // Memory follows the input: nothing large is allocated before the first frame is known to be whole.
+    bool any = false;
+    if (std::string error = source->ReadAhead(&any); !error.empty()) return Failure(error);
+    if (!any) return Failure(source->description + " holds no frames");
+    if (const Allocation a = Planned(o, plan, *source); a.total() > (int64_t{1} << 30) && !o.quiet)
+        std::fprintf(stderr, "qv-convert: allocating %s for %s %s (library work planes %s, frames and pictures %s)\n",
+                     GiB(a.total()).c_str(), SizeText(plan.W, plan.H).c_str(), plan.route.c_str(),
+                     GiB(a.context).c_str(), GiB(a.frames).c_str());
 
     Context context(library.functions());
     if (ConvertResult r = SetUpContext(o, plan, context, report); r.code != ExitCode::kOk) return r;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <utility>
 
 #include "qv_imageproc.h"
 
@@ -116,6 +117,26 @@ int64_t FrameBytes(const FormatInfo& f, int32_t width, int32_t height) {
     return bytes;
 }
 
+namespace {
+
+// Stride and bytes of plane p of an allocated frame.
+std::pair<int32_t, int64_t> PlaneAllocation(const FormatInfo& format, int p, int32_t width, int32_t height,
+                                            Padding padding) {
+    const PlaneShape s = PlaneOf(format, p, width, height);
+    if (padding == Padding::kTight) return {s.rowBytes, static_cast<int64_t>(s.rowBytes) * s.rows};
+    const int32_t stride = RoundUp16(s.rowBytes);
+    const int extraRows = 6;  // the most any route reads below a plane
+    return {stride, static_cast<int64_t>(stride) * (s.rows + extraRows) + 16};
+}
+
+}  // namespace
+
+int64_t FrameAllocationBytes(const FormatInfo& format, int32_t width, int32_t height, Padding padding) {
+    int64_t bytes = 0;
+    for (int p = 0; p < format.planes; ++p) bytes += PlaneAllocation(format, p, width, height, padding).second;
+    return bytes;
+}
+
 void AllocateFrame(Frame& frame, const FormatInfo& format, int32_t width, int32_t height, Padding padding) {
     frame.format = &format;
     frame.width = width;
@@ -125,14 +146,8 @@ void AllocateFrame(Frame& frame, const FormatInfo& format, int32_t width, int32_
         frame.planes[p] = nullptr;
         frame.strides[p] = 0;
         if (p >= format.planes) continue;
-        const PlaneShape s = PlaneOf(format, p, width, height);
-        int64_t bytes = static_cast<int64_t>(s.rowBytes) * s.rows;
-        frame.strides[p] = s.rowBytes;
-        if (padding == Padding::kSource) {
-            frame.strides[p] = RoundUp16(s.rowBytes);
-            const int extraRows = 6;  // the most any route reads below a plane
-            bytes = static_cast<int64_t>(frame.strides[p]) * (s.rows + extraRows) + 16;
-        }
+        const auto [stride, bytes] = PlaneAllocation(format, p, width, height, padding);
+        frame.strides[p] = stride;
         frame.storage[p].assign(static_cast<size_t>(bytes), 0);
         frame.planes[p] = frame.storage[p].data();
     }

@@ -61,6 +61,8 @@ struct Frame {
 
 enum class Padding { kTight, kSource };
 void AllocateFrame(Frame& frame, const FormatInfo& format, int32_t width, int32_t height, Padding padding);
+// The bytes AllocateFrame takes for such a frame.
+int64_t FrameAllocationBytes(const FormatInfo& format, int32_t width, int32_t height, Padding padding);
 // Fills the picture with the format's black (Y 16, Cb Cr 128; RGB 0, alpha opaque).
 void FillBlack(Frame& frame);
 // True when every picture byte still holds the format's black.

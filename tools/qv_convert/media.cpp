@@ -2,7 +2,10 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <cctype>
+#include <csetjmp>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -41,6 +44,33 @@ bool ParseRatio(const std::string& text, int32_t& num, int32_t& den) {
     num = static_cast<int32_t>(n);
     den = static_cast<int32_t>(d);
     return true;
+}
+
+// Reads up to `bytes` bytes, growing `out` a megabyte at a time as they arrive. Returns the bytes
+// read.
+int64_t ReadGrowing(InputStream& in, std::vector<uint8_t>& out, int64_t bytes) {
+    constexpr int64_t kStep = int64_t{1} << 20;
+    out.clear();
+    while (static_cast<int64_t>(out.size()) < bytes) {
+        const size_t at = out.size();
+        const size_t want = static_cast<size_t>(std::min(kStep, bytes - static_cast<int64_t>(at)));
+        out.resize(at + want);
+        const size_t n = in.Read(out.data() + at, want);
+        out.resize(at + n);
+        if (n < want) break;
+    }
+    return static_cast<int64_t>(out.size());
+}
+
+// A frame's planes from tightly packed bytes, as a raw file holds them; `bytes` is released.
+void TakePlanes(std::vector<uint8_t>& bytes, Frame& frame) {
+    const uint8_t* p = bytes.data();
+    for (int plane = 0; plane < frame.format->planes; ++plane) {
+        const PlaneShape s = frame.shape(plane);
+        for (int32_t r = 0; r < s.rows; ++r, p += s.rowBytes)
+            std::memcpy(frame.row(plane, r), p, static_cast<size_t>(s.rowBytes));
+    }
+    std::vector<uint8_t>().swap(bytes);
 }
 
 // Reads the picture's planes, row by row, into a frame. Returns the bytes read.
@@ -89,20 +119,43 @@ public:
     std::string Read(Frame& frame, bool* got) override {
         *got = false;
         if (limit_ >= 0 && index_ >= limit_) return {};
-        const int64_t n = ReadPlanes(*in_, frame);
+        if (ahead_) {
+            ahead_ = false;
+            TakePlanes(first_, frame);
+        } else if (std::string error = Checked(ReadPlanes(*in_, frame), got); !error.empty() || !*got) {
+            return error;
+        }
+        ++index_;
+        *got = true;
+        return {};
+    }
+
+    // Open has seen a regular file hold whole frames; from a pipe the first one is read ahead.
+    std::string ReadAhead(bool* got) override {
+        *got = true;
+        if (in_->Size() >= 0) return {};
+        std::string error = Checked(ReadGrowing(*in_, first_, frameBytes_), got);
+        ahead_ = *got;
+        return error;
+    }
+
+private:
+    // A frame of n bytes read: *got when it is whole, a message when it is cut short.
+    std::string Checked(int64_t n, bool* got) const {
+        *got = false;
         if (in_->error()) return "cannot read " + in_->name() + ": read error";
         if (n == 0) return {};
         if (n < frameBytes_)
             return in_->name() + " ends inside frame " + std::to_string(index_ + 1) + ": " + std::to_string(n) +
                    " bytes left over (a frame of " + format->name + " " + SizeText(width, height) + " is " +
                    std::to_string(frameBytes_) + " bytes); check --from and --size";
-        ++index_;
         *got = true;
         return {};
     }
 
-private:
     std::unique_ptr<InputStream> in_;
+    std::vector<uint8_t> first_;
+    bool ahead_ = false;
     int64_t frameBytes_ = 0;
     int64_t index_ = 0;
     int64_t limit_ = -1;
@@ -136,6 +189,25 @@ public:
     }
 
     std::string Read(Frame& frame, bool* got) override {
+        if (ahead_) {
+            ahead_ = false;
+            TakePlanes(first_, frame);
+            *got = true;
+            return {};
+        }
+        return ReadFrame([&] { return ReadPlanes(*in_, frame); }, got);
+    }
+
+    std::string ReadAhead(bool* got) override {
+        const std::string error = ReadFrame([&] { return ReadGrowing(*in_, first_, frameBytes_); }, got);
+        ahead_ = *got;
+        return error;
+    }
+
+private:
+    // The frame header, then `readPicture()`, which returns the bytes it read.
+    template <class ReadPicture>
+    std::string ReadFrame(ReadPicture readPicture, bool* got) {
         *got = false;
         if (limit_ >= 0 && index_ >= limit_) return {};
         std::string line;
@@ -148,7 +220,7 @@ public:
         }
         if (line.compare(0, 5, "FRAME") != 0 || (line.size() > 5 && line[5] != ' '))
             return where + ": malformed frame header '" + line.substr(0, 32) + "' (expected FRAME)";
-        const int64_t n = ReadPlanes(*in_, frame);
+        const int64_t n = readPicture();
         if (in_->error()) return "cannot read " + in_->name() + ": read error";
         if (n < frameBytes_)
             return where + " is truncated: " + std::to_string(n) + " of " + std::to_string(frameBytes_) + " bytes";
@@ -157,12 +229,66 @@ public:
         return {};
     }
 
-private:
     std::unique_ptr<InputStream> in_;
+    std::vector<uint8_t> first_;
+    bool ahead_ = false;
     int64_t frameBytes_ = 0;
     int64_t index_ = 0;
     int64_t limit_ = -1;
 };
+
+// ---- PNG rows decoded into one row ----------------------------------------------------------------
+// libpng reports errors by longjmp: the function that calls setjmp holds nothing with a destructor.
+
+struct PngMemory {
+    const uint8_t* data;
+    size_t size, at;
+    char message[160];
+};
+
+void ReadPngMemory(png_structp png, png_bytep out, size_t n) {
+    auto* m = static_cast<PngMemory*>(png_get_io_ptr(png));
+    if (n > m->size - m->at) png_error(png, "the file ends inside the picture");
+    std::memcpy(out, m->data + m->at, n);
+    m->at += n;
+}
+
+void OnPngError(png_structp png, png_const_charp message) {
+    auto* m = static_cast<PngMemory*>(png_get_error_ptr(png));
+    std::snprintf(m->message, sizeof m->message, "%s", message);
+    png_longjmp(png, 1);
+}
+
+void OnPngWarning(png_structp, png_const_charp) {}
+
+// Decodes every row of the PNG in `m` into one row buffer: a damaged or truncated picture is found
+// before a buffer for the whole picture is allocated. False, with m.message set, when it fails.
+bool DecodesWhole(PngMemory& m) {
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &m, OnPngError, OnPngWarning);
+    png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
+    if (info == nullptr) {
+        png_destroy_read_struct(&png, nullptr, nullptr);
+        std::snprintf(m.message, sizeof m.message, "out of memory");
+        return false;
+    }
+    png_bytep volatile row = nullptr;
+    if (setjmp(png_jmpbuf(png))) {
+        png_free(png, row);
+        png_destroy_read_struct(&png, &info, nullptr);
+        return false;
+    }
+    png_set_read_fn(png, &m, ReadPngMemory);
+    png_read_info(png, info);
+    const int passes = png_set_interlace_handling(png);
+    png_read_update_info(png, info);
+    row = static_cast<png_bytep>(png_malloc(png, png_get_rowbytes(png, info)));
+    const png_uint_32 height = png_get_image_height(png, info);
+    for (int pass = 0; pass < passes; ++pass)
+        for (png_uint_32 y = 0; y < height; ++y) png_read_row(png, row, nullptr);
+    png_free(png, row);
+    png_destroy_read_struct(&png, &info, nullptr);
+    return true;
+}
 
 class PngSource : public FrameSource {
 public:
@@ -184,6 +310,13 @@ public:
             png_image_free(&png);
             return in.name() + " is " + SizeText(static_cast<int32_t>(png.width), static_cast<int32_t>(png.height)) +
                    ", larger than 16384x16384";
+        }
+        // The header alone can announce 16384 x 16384 (1 GiB of pixels): only a picture that
+        // decodes whole gets its buffer.
+        PngMemory memory{bytes.data(), bytes.size(), 0, {}};
+        if (!DecodesWhole(memory)) {
+            png_image_free(&png);
+            return in.name() + ": damaged PNG (" + memory.message + ")";
         }
         png.format = PNG_FORMAT_RGBA;
         image_.resize(static_cast<int32_t>(png.width), static_cast<int32_t>(png.height));
@@ -223,6 +356,11 @@ public:
         stream.interlace = interlaced ? 't' : 'p';
         description = interlaced ? "the interlaced test pattern" : "the test pattern";
         return {};
+    }
+
+    // The background and the picture drawn over it.
+    int64_t PictureBytes() const override {
+        return 2 * static_cast<int64_t>(width) * height * static_cast<int64_t>(sizeof(Rgba));
     }
 
     std::string Read(Frame& frame, bool* got) override {

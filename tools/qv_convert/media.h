@@ -46,6 +46,17 @@ public:
     // Reads the next picture into `frame` (allocated for format() and the size). *got is false at
     // the end of the input. A message comes back for a malformed or truncated input.
     virtual std::string Read(Frame& frame, bool* got) = 0;
+    // Reads the first frame's bytes ahead, into a buffer that grows only as they arrive, so that a
+    // header announcing a huge picture costs no more memory than the input holds; the next Read
+    // hands them over. A message for a malformed or truncated first frame; *got is false when the
+    // input holds no frame. Sources that make their pictures (the pattern) or hold them already
+    // (PNG) have nothing to read ahead.
+    virtual std::string ReadAhead(bool* got) {
+        *got = true;
+        return {};
+    }
+    // Bytes the source still allocates for its own pictures when it makes the first frame.
+    virtual int64_t PictureBytes() const { return 0; }
 
     const FormatInfo* format = nullptr;
     int32_t width = 0;

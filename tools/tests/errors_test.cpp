@@ -3,6 +3,8 @@
 // existing output untouched).
 #include <gtest/gtest.h>
 
+#include <zlib.h>
+
 #include <map>
 #include <string>
 
@@ -24,6 +26,17 @@ struct BadRun {
 const std::string kY4m = "YUV4MPEG2 W16 H8 F25:1\n";
 const std::string kFrame = "FRAME\n" + std::string(192, 'a');  // 16 x 8 4:2:0
 const std::string kRaw = "-f i420 --size 16x16 @/in.yuv @/o.raw";
+// Headers announcing 16384 x 16384 pictures (3 x 256 MiB of 4:4:4, 1 GiB of RGBA) that never come.
+const std::string kHugeY4m = "YUV4MPEG2 W16384 H16384 F25:1 Ip A1:1 C444\n";
+std::string Chunk(const std::string& type, const std::string& data) {
+    auto be32 = [](uint32_t v) { return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; };
+    const std::string body = type + data;
+    return be32(static_cast<uint32_t>(data.size())) + body +
+           be32(static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), body.size())));
+}
+const std::string kHugePng = std::string("\x89PNG\r\n\x1a\n", 8) +
+                             Chunk("IHDR", std::string("\0\0\x40\0\0\0\x40\0\x08\x06\0\0\0", 13)) +
+                             Chunk("IDAT", std::string("x\x9c" "c``\0\0\0\x03\0\x01", 11)) + Chunk("IEND", "");
 
 // clang-format off
 const std::string kPng30x20 = PngBytes([] { qvc::RgbaImage i; i.resize(30, 20); return i; }());
@@ -62,9 +75,13 @@ const BadRun kBadRuns[] = {
     {"Y4mFrameHeaderMalformed", 1, "malformed frame header 'FRAMX'", "@/in.y4m @/o.raw",
      {{"in.y4m", kY4m + kFrame + "FRAMX\n" + std::string(192, 'a')}}},
     {"Y4mStreamWithoutFrames", 1, "holds no frames", "- @/o.raw", {}, kY4m},
+    {"Y4mHugePictureWithoutFrames", 1, "holds no frames", "@/in.y4m @/o.raw", {{"in.y4m", kHugeY4m}}},
+    {"Y4mHugePictureTruncated", 1, "frame 1 is truncated: 100 of 805306368 bytes", "- @/o.raw", {},
+     kHugeY4m + "FRAME\n" + std::string(100, 'c')},
     // PNG input, files, the library. A case that names its own --library overrides the runner's.
     {"PngNotMultipleOf4", 1, "round it down to 28x20", "@/in.png @/o.raw", {{"in.png", kPng30x20}}},
     {"PngDamaged", 1, "not a readable PNG", "@/in.png @/o.raw", {{"in.png", "\x89PNG\r\n\x1a\nnot really"}}},
+    {"PngHugePictureWithoutData", 1, "damaged PNG", "@/in.png @/o.raw", {{"in.png", kHugePng}}},
     {"MissingInput", 1, "cannot read", "@/nothing.y4m @/o.raw"},
     {"UnwritableOutput", 1, "cannot write", "--size 16x8 @/plain/o.raw", {{"plain", "a file"}}},
     {"MissingLibrary", 1, "cannot load the library", "--library @/no/libqv_imageproc.so --size 16x8 @/o.raw"},
@@ -98,6 +115,8 @@ TEST_P(BadInput, OneLineNonZeroExitNothingWritten) {
     std::map<std::string, std::string> after;
     for (const std::string& name : dir.entries()) after[name] = ReadFile(dir.file(name));
     EXPECT_EQ(after, bad.files) << "the directory changed";
+    // Refusing costs little memory, whatever sizes the input announces.
+    EXPECT_LT(run.peakKiB, 100 * 1024);
 }
 INSTANTIATE_TEST_SUITE_P(Cases, BadInput, ::testing::ValuesIn(kBadRuns),
                          [](const auto& info) { return std::string(info.param.name); });

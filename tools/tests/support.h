@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,6 +65,7 @@ inline size_t Lines(const std::string& text) {
 struct RunResult {
     int exitCode = -1;
     std::string out, err;  // standard output and standard error
+    long peakKiB = 0;      // the largest resident set the run reached
 };
 
 // Runs qv-convert with the space-separated `args`, an "@" in them standing for `dir`'s path, and
@@ -96,8 +98,10 @@ inline RunResult RunTool(const TempDir& dir, const std::string& args, const std:
     pid_t pid = 0;
     if (posix_spawn(&pid, raw[0], &actions, nullptr, raw.data(), environ) == 0) {
         int status = 0;
-        waitpid(pid, &status, 0);
+        struct rusage usage {};
+        wait4(pid, &status, 0, &usage);
         result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        result.peakKiB = usage.ru_maxrss;
     }
     posix_spawn_file_actions_destroy(&actions);
     close(in[0]);

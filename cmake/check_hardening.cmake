@@ -1,0 +1,15 @@
+# Fails unless every binary in BINARIES (a ;-list) is linked with full RELRO (a GNU_RELRO segment
+# and BIND_NOW), and every executable among them is position-independent (PIE).
+foreach(binary IN LISTS BINARIES)
+  execute_process(COMMAND readelf -d -l -W ${binary} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "readelf failed on ${binary}")
+  endif()
+  if(NOT out MATCHES "GNU_RELRO" OR NOT out MATCHES "BIND_NOW")
+    message(FATAL_ERROR "${binary}: no full RELRO (GNU_RELRO and BIND_NOW)")
+  endif()
+  if(NOT binary MATCHES "\\.so" AND NOT out MATCHES "Flags:[^\n]* PIE")
+    message(FATAL_ERROR "${binary}: not a position-independent executable")
+  endif()
+  message(STATUS "${binary}: full RELRO, PIE where an executable")
+endforeach()

@@ -27,6 +27,9 @@ struct CaseRow {
     uint32_t rotation, interpolation, expected;
 };
 
+void PrintTo(const CaseRow& r, std::ostream* os) {
+    *os << r.sw << "x" << r.sh << " to " << r.dw << "x" << r.dh << " rotation " << r.rotation << " interpolation " << r.interpolation;
+}
 class ScaleCaseTest : public testing::TestWithParam<CaseRow> {};
 
 TEST_P(ScaleCaseTest, ClassifiesSizes) {
@@ -90,6 +93,7 @@ struct RefusalRow {
     const char* message;
 };
 
+void PrintTo(const RefusalRow& r, std::ostream* os) { *os << "operation 0x" << std::hex << r.operation << " rotation " << r.rotation; }
 class RefusalTest : public testing::TestWithParam<RefusalRow> {};
 
 TEST_P(RefusalTest, PrintsItsMessageAndLeavesTheSlotEmpty) {

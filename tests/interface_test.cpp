@@ -139,6 +139,7 @@ struct PlaneRow {
     int dstPlanes;
 };
 
+void PrintTo(const PlaneRow& r, std::ostream* os) { *os << "operation 0x" << std::hex << r.operation; }
 class ValidationTest : public testing::TestWithParam<PlaneRow> {};
 
 TEST_P(ValidationTest, EveryNeededPlaneAndStrideIsChecked) {

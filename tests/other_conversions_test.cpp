@@ -116,6 +116,10 @@ struct Case {
     Size s;
     uint32_t code;
 };
+void PrintTo(const Case& c, std::ostream* os) {
+    *os << "operation 0x" << std::hex << c.operation << std::dec << " " << c.s.w << "x" << c.s.h << " to " << c.s.dw << "x"
+        << c.s.dh << " rotation " << c.code;
+}
 class PackedOutputTest : public testing::TestWithParam<Case> {};
 
 TEST_P(PackedOutputTest, MatchesTheReferencePlacedByTheRotationTable) {

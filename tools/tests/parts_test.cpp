@@ -18,6 +18,7 @@ struct FormatCase {
     int tolerance;
 };
 
+void PrintTo(const FormatCase& c, std::ostream* os) { *os << c.format; }
 class EveryFormat : public ::testing::TestWithParam<FormatCase> {};
 // Hand-written bytes decode to their colour; flat 2x2 blocks of colour survive encoding and
 // decoding within the format's precision.

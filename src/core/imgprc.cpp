@@ -11,6 +11,11 @@
 namespace qv {
 namespace {
 
+// The table and line-buffer blocks are carved at this alignment. A line buffer holds 4 bytes for
+// each pixel of the wider size and 16 more; the near-linear upscaler's, which doubles its lines, twice that.
+constexpr int64_t kBlockAlignment = 4;
+constexpr int64_t kNearLinearLineFactor = 2;
+
 // A scaled size is refined to a fixed ratio only without rotation and with interpolation 1.
 uint32_t FixedRatioCase(const QvImgPrcContext* ctx) {
     const int64_t sw = ctx->srcWidth, sh = ctx->srcHeight;
@@ -154,9 +159,9 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
     }
 
     // The tables, then their fit, 4-byte aligned.
-    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBytes + sizeof(ConvFit) + 4));
+    ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBytes + sizeof(ConvFit) + kBlockAlignment));
     if (ctx->convTableBlock == nullptr) return kOutOfMemory;
-    uint8_t* tables = AlignUp(ctx->convTableBlock, 4);
+    uint8_t* tables = AlignUp(ctx->convTableBlock, kBlockAlignment);
     ctx->yTable = reinterpret_cast<uint16_t*>(tables);
     ctx->cbTable = reinterpret_cast<int32_t*>(tables + kCbTableOffset);
     ctx->crTable = reinterpret_cast<int32_t*>(tables + kCrTableOffset);
@@ -166,9 +171,9 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
         if (ctx->rotation == kRotateNone && ctx->interpolation == kInterpFixedRatio) ctx->scaleCase = FixedRatioCase(ctx);
         const int64_t m = ctx->srcWidth > ctx->dstWidth ? ctx->srcWidth : ctx->dstWidth;
         const int64_t lineBytes = (ctx->interpolation == kInterpNearLinear && ctx->scaleCase == kScaleUp)
-                                      ? 8 * m + 32
+                                      ? kNearLinearLineFactor * (4 * m + 16)
                                       : 4 * m + 16;
-        const int64_t blockBytes = 4 * lineBytes + 4;
+        const int64_t blockBytes = 4 * lineBytes + kBlockAlignment;
         // A size that is negative or beyond the address space cannot be allocated.
         if (lineBytes >= 0 && blockBytes <= static_cast<int64_t>(PTRDIFF_MAX))
             ctx->lineBufferBlock = static_cast<uint8_t*>(Allocate(static_cast<size_t>(blockBytes)));
@@ -176,7 +181,7 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
             std::puts("fail to alloc line buffer!");
             return kOutOfMemory;
         }
-        uint8_t* first = AlignUp(ctx->lineBufferBlock, 4);
+        uint8_t* first = AlignUp(ctx->lineBufferBlock, kBlockAlignment);
         for (int i = 0; i < 4; ++i)
             ctx->lineBuffer[i] = reinterpret_cast<uint32_t*>(first + i * lineBytes);
     }

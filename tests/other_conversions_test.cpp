@@ -292,15 +292,4 @@ TEST(ToYCbCr420Test, WorkedNumbers) {
     EXPECT_EQ(Encode(qv::kARGB32, 0xFFFFFFFF, 0xFFFF0000, 1)[2], 240);
 }
 
-TEST(ToYCbCr420Test, RotatedIntoASmallerDestinationIsRefused) {
-    for (int32_t source : {qv::kRGB565, qv::kARGB32, qv::kABGR32}) {
-        Context c(MakeParams(source << 8, 16, 16, 16, 8, 1));
-        ASSERT_EQ(c.status, 0);
-        Planes src(64, 16, 0x44), dst = Planes::YCbCr(16, 16, 2, 2, 0x99);
-        EXPECT_EQ(qvtest::RunFrame(c, src, dst), -1);
-        for (int i = 0; i < 3; ++i) EXPECT_EQ(dst.p[i].contents(), std::vector<uint8_t>(dst.p[i].size(), 0x99));
-        EXPECT_TRUE(dst.guardsIntact());
-    }
-}
-
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "core/qv_routines.h"
 #include "core/routes.h"
+#include "deinterlace/deinterlace.h"
 
 namespace qv {
 namespace {
@@ -196,7 +197,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     const uint8_t* workPlanes[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
     const int32_t workStrides[3] = {static_cast<int32_t>(ctx->planeStride), static_cast<int32_t>(ctx->planeStride),
                                     static_cast<int32_t>(ctx->planeStride)};
-    if (ctx->deinterlaceMode != 0) {
+    if (ctx->deinterlaceMode != kDeintOff) {
         uint8_t* const work[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
         const int32_t status = QV_DeInterlace(ctx, srcPlanes, srcStrides, work, workStrides);
         if (status != kOk) return status;

@@ -40,7 +40,7 @@ QvResult QV_IMAGEPROC_Destroy(QvHandle handle) {
 QvResult QV_IMAGEPROC_ProcessFrame(QvHandle handle, const uint8_t* const srcPlanes[3],
                                    const int32_t srcStrides[3], uint8_t* const dstPlanes[3],
                                    const int32_t dstStrides[3], const QvFrameOptions* options) {
-    if (options != nullptr && options->deinterlaceMode != 0) {
+    if (options != nullptr && options->deinterlaceMode != QV_DEINTERLACE_KEEP) {
         if (handle == nullptr) return QV_E_POINTER;
         QvImgPrcContext* ctx = ContextOf(handle);
         // Only planar YCbCr sources are deinterlaced; the mode stays in force for later frames.

@@ -4,6 +4,7 @@
 
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
 namespace {
@@ -20,7 +21,7 @@ struct FromRGB565 {
     static constexpr int kChromaColumn = 0;  // bottom-left
     // The lower row is addressed at the pitch rounded down to a multiple of 4 bytes, as the
     // source is read in 32-bit words of two pixels.
-    static int32_t LowerRowOffset(int32_t pitch) { return pitch & ~3; }
+    static int32_t LowerRowOffset(int32_t pitch) { return RouteOf(Op(kRGB565, kYCbCr420)).rows.RowStep(pitch); }
     // Widened by shifting alone: white is 248, 252, 248.
     static RGB Read(const uint8_t* p) {
         const uint32_t v = Load16(p);

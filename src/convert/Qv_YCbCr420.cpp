@@ -4,6 +4,7 @@
 
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
 namespace {
@@ -93,9 +94,11 @@ int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int
     const uint8_t* cb = sp[1];
     const uint8_t* cr = sp[2];
     uint8_t* dst = d0;
-    // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3: strides that are not
-    // multiples of 4 drift, as they always have on this path. Only whole groups of 8 pixels are
-    // written; the last W mod 8 pixels of a row are left as they were.
+    // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3 (the route's row
+    // geometry): strides that are not multiples of 4 drift, as they always have on this path.
+    // Only whole groups of 8 pixels are written; the last W mod 8 pixels of a row are left as they
+    // were.
+    constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kYUY2)).rows;
     const int32_t lumaStride = ss[0];  // a local: a store through dst could otherwise change ss[0]
     for (int32_t pair = 0; pair < (H >> 1); ++pair) {
         const uint8_t* lumaBelow = luma + lumaStride;
@@ -104,10 +107,10 @@ int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int
             PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
             PackGroup(dstBelow + 16 * g, lumaBelow + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
         }
-        luma += static_cast<ptrdiff_t>(lumaStride >> 1) * 4;
-        dst += static_cast<ptrdiff_t>(s0 >> 1) * 4;
-        cb += ss[1] & ~3;
-        cr += ss[2] & ~3;
+        luma += kRows.PairStep(lumaStride);
+        dst += kRows.PairStep(s0);
+        cb += kRows.RowStep(ss[1]);
+        cr += kRows.RowStep(ss[2]);
     }
     return kOk;
 }
@@ -120,14 +123,15 @@ int32_t _QVYCbCr420ToUYVY(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int
     uint8_t* dst = d0;
     // The row counter, not the row index, decides when chroma advances: for an odd height row 0
     // has a chroma row to itself. Every stride is rounded down to a multiple of 4.
+    constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kUYVY)).rows;
     for (int32_t r = H; r >= 1; --r) {
         for (int32_t g = 0; g < (W >> 3); ++g) PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, uyvy);
         if (r & 1) {
-            cb += ss[1] & ~3;
-            cr += ss[2] & ~3;
+            cb += kRows.RowStep(ss[1]);
+            cr += kRows.RowStep(ss[2]);
         }
-        luma += ss[0] & ~3;
-        dst += s0 & ~3;
+        luma += kRows.RowStep(ss[0]);
+        dst += kRows.RowStep(s0);
     }
     return kOk;
 }

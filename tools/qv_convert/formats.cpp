@@ -178,22 +178,32 @@ bool IsBlack(const Frame& frame) {
 }
 
 OperationInfo OperationOf(int source, int destination) {
-    OperationInfo info;
-    const int op = QV_OPERATION(source, destination);
-    switch (op) {
-        case 0x000: case 0x003: case 0x004: case 0x005:
-        case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
-            info = {true, true, true, false};
-            break;
-        case 0x006: case 0x007: case 0x008: case 0x305: case 0x800:
-            info = {true, false, false, false};
-            break;
-        case 0x103: info = {true, false, true, false}; break;              // 4:2:2 ignores the rotation
-        case 0x300: case 0x500: case 0x900: info = {true, true, false, false}; break;
-        case 0x00A: info = {true, false, false, true}; break;
-        default: break;
-    }
-    return info;
+    // The library's operations as the tool uses them; a test checks this list against the
+    // library's route table.
+    constexpr OperationInfo kTurnsAndScales{true, true, true, false};
+    constexpr OperationInfo kSourceSize{true, false, false, false};      // rotation and size ignored
+    constexpr OperationInfo kTurnsAtSourceSize{true, true, false, false};
+    constexpr OperationInfo kScalesUnturned{true, false, true, false};   // the rotation is ignored
+    constexpr OperationInfo kFixed{true, false, false, true};
+    struct Known {
+        int source, destination;
+        OperationInfo info;
+    };
+    constexpr Known kOperations[] = {
+        {QV_FORMAT_YCBCR420, QV_FORMAT_YCBCR420, kTurnsAndScales}, {QV_FORMAT_YCBCR420, QV_FORMAT_RGB565, kTurnsAndScales},
+        {QV_FORMAT_YCBCR420, QV_FORMAT_RGB888, kTurnsAndScales},   {QV_FORMAT_YCBCR420, QV_FORMAT_ARGB32, kTurnsAndScales},
+        {QV_FORMAT_YCBCR444, QV_FORMAT_RGB565, kTurnsAndScales},   {QV_FORMAT_YCBCR444, QV_FORMAT_RGB888, kTurnsAndScales},
+        {QV_FORMAT_YCBCR444, QV_FORMAT_ARGB32, kTurnsAndScales},   {QV_FORMAT_RGB565, QV_FORMAT_RGB565, kTurnsAndScales},
+        {QV_FORMAT_RGB888, QV_FORMAT_RGB565, kTurnsAndScales},     {QV_FORMAT_RGB888, QV_FORMAT_RGB888, kTurnsAndScales},
+        {QV_FORMAT_YCBCR420, QV_FORMAT_YUY2, kSourceSize},         {QV_FORMAT_YCBCR420, QV_FORMAT_UYVY, kSourceSize},
+        {QV_FORMAT_YCBCR420, QV_FORMAT_NV12, kSourceSize},         {QV_FORMAT_RGB565, QV_FORMAT_ARGB32, kSourceSize},
+        {QV_FORMAT_NV12, QV_FORMAT_YCBCR420, kSourceSize},         {QV_FORMAT_YCBCR422, QV_FORMAT_RGB565, kScalesUnturned},
+        {QV_FORMAT_RGB565, QV_FORMAT_YCBCR420, kTurnsAtSourceSize}, {QV_FORMAT_ARGB32, QV_FORMAT_YCBCR420, kTurnsAtSourceSize},
+        {QV_FORMAT_ABGR32, QV_FORMAT_YCBCR420, kTurnsAtSourceSize}, {QV_FORMAT_YCBCR420, QV_FORMAT_RGB555, kFixed},
+    };
+    for (const Known& k : kOperations)
+        if (k.source == source && k.destination == destination) return k.info;
+    return {};
 }
 
 std::string DestinationsOf(const FormatInfo& source) {

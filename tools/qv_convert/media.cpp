@@ -87,9 +87,30 @@ int64_t ReadPlanes(InputStream& in, Frame& frame) {
     return total;
 }
 
-class RawSource : public FrameSource {
+// A source read from a stream, whose first frame may have been read ahead.
+class StreamSource : public FrameSource {
+protected:
+    explicit StreamSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+
+    // Hands over the frame read ahead; false when there is none.
+    bool TakeAhead(Frame& frame) {
+        if (!ahead_) return false;
+        ahead_ = false;
+        TakePlanes(first_, frame);
+        return true;
+    }
+
+    std::unique_ptr<InputStream> in_;
+    std::vector<uint8_t> first_;
+    bool ahead_ = false;
+    int64_t frameBytes_ = 0;
+    int64_t index_ = 0;
+    int64_t limit_ = -1;
+};
+
+class RawSource : public StreamSource {
 public:
-    explicit RawSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+    explicit RawSource(std::unique_ptr<InputStream> in) : StreamSource(std::move(in)) {}
 
     std::string Open(const SourceRequest& request) {
         if (request.format == nullptr)
@@ -119,11 +140,9 @@ public:
     std::string Read(Frame& frame, bool* got) override {
         *got = false;
         if (limit_ >= 0 && index_ >= limit_) return {};
-        if (ahead_) {
-            ahead_ = false;
-            TakePlanes(first_, frame);
-        } else if (std::string error = Checked(ReadPlanes(*in_, frame), got); !error.empty() || !*got) {
-            return error;
+        if (!TakeAhead(frame)) {
+            std::string error = Checked(ReadPlanes(*in_, frame), got);
+            if (!error.empty() || !*got) return error;
         }
         ++index_;
         *got = true;
@@ -152,18 +171,11 @@ private:
         *got = true;
         return {};
     }
-
-    std::unique_ptr<InputStream> in_;
-    std::vector<uint8_t> first_;
-    bool ahead_ = false;
-    int64_t frameBytes_ = 0;
-    int64_t index_ = 0;
-    int64_t limit_ = -1;
 };
 
-class Y4mSource : public FrameSource {
+class Y4mSource : public StreamSource {
 public:
-    explicit Y4mSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+    explicit Y4mSource(std::unique_ptr<InputStream> in) : StreamSource(std::move(in)) {}
 
     std::string Open(const SourceRequest& request) {
         description = in_->name();
@@ -189,9 +201,7 @@ public:
     }
 
     std::string Read(Frame& frame, bool* got) override {
-        if (ahead_) {
-            ahead_ = false;
-            TakePlanes(first_, frame);
+        if (TakeAhead(frame)) {
             *got = true;
             return {};
         }
@@ -228,13 +238,6 @@ private:
         *got = true;
         return {};
     }
-
-    std::unique_ptr<InputStream> in_;
-    std::vector<uint8_t> first_;
-    bool ahead_ = false;
-    int64_t frameBytes_ = 0;
-    int64_t index_ = 0;
-    int64_t limit_ = -1;
 };
 
 // ---- PNG rows decoded into one row ----------------------------------------------------------------

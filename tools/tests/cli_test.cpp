@@ -72,6 +72,7 @@ struct StdoutCase {
     const char* ext;
     std::string input;  // when given, read from @/in.y4m, then from "-"
 };
+void PrintTo(const StdoutCase& c, std::ostream* os) { *os << c.name; }
 class Stdout : public ::testing::TestWithParam<StdoutCase> {};
 // "-" gets the bytes a file gets; messages stay on standard error, and nothing else reaches the data.
 TEST_P(Stdout, DashWritesWhatAFileGets) {
@@ -119,6 +120,7 @@ struct PngCase {
     const char* format;
     const char* extra;  // more options
 };
+void PrintTo(const PngCase& c, std::ostream* os) { *os << c.format << c.extra; }
 class PngOfEveryFormat : public ::testing::TestWithParam<PngCase> {};
 // The PNG shows the converted picture: the 4:2:0 source decoded, exactly for the YCbCr outputs (the
 // samples only move) and within the RGB formats' precision otherwise. ARGB carries --alpha; RGB555
@@ -180,6 +182,7 @@ struct Turn {
     const char* name;  // as a user types it
     int code;          // the library's rotation code
 };
+void PrintTo(const Turn& t, std::ostream* os) { *os << t.name; }
 class Rotation : public ::testing::TestWithParam<Turn> {};
 // 90 is clockwise: (x, y) lands at row x, column H-1-y; 270 at row W-1-x, column y; 180 at row H-1-y,
 // column W-1-x; mirror at row y, column W-1-x; flip at row H-1-y, column x. The --scale size is the

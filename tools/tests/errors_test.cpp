@@ -118,6 +118,7 @@ TEST_P(BadInput, OneLineNonZeroExitNothingWritten) {
     // Refusing costs little memory, whatever sizes the input announces.
     EXPECT_LT(run.peakKiB, 100 * 1024);
 }
+void PrintTo(const BadRun& r, std::ostream* os) { *os << r.name; }
 INSTANTIATE_TEST_SUITE_P(Cases, BadInput, ::testing::ValuesIn(kBadRuns),
                          [](const auto& info) { return std::string(info.param.name); });
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "core/routes.h"
 #include "support.h"
 
 namespace qvc {
@@ -17,6 +18,7 @@ struct FormatCase {
     int tolerance;
 };
 
+void PrintTo(const FormatCase& c, std::ostream* os) { *os << c.format; }
 class EveryFormat : public ::testing::TestWithParam<FormatCase> {};
 // Hand-written bytes decode to their colour; flat 2x2 blocks of colour survive encoding and
 // decoding within the format's precision.
@@ -69,6 +71,23 @@ INSTANTIATE_TEST_SUITE_P(Formats, EveryFormat, ::testing::Values(
     FormatCase{"i422", {{41, 41, 145, 145}, {240, 54}, {110, 34}}, {{0, {0, 0, 255, 255}}, {2, {0, 255, 0, 255}}}, 3}),
     [](const auto& info) { return std::string(info.param.format); });
 // clang-format on
+
+// ---- the operations the tool offers --------------------------------------------------------------
+
+// The tool keeps its own list of operations; it must say what the library's route table says.
+TEST(Operations, MatchTheLibrarysRouteTable) {
+    for (const FormatInfo& s : AllFormats())
+        for (const FormatInfo& d : AllFormats()) {
+            SCOPED_TRACE(std::string(s.name) + " to " + d.name);
+            const OperationInfo info = OperationOf(s.code, d.code);
+            const qv::Route* route = qv::FindRoute(QV_OPERATION(s.code, d.code));
+            ASSERT_EQ(info.exists, route != nullptr);
+            if (route == nullptr) continue;
+            EXPECT_EQ(info.rotates, route->rotations == qv::Rotations::kPlaced);
+            EXPECT_EQ(info.scales, !route->neverScales());
+            EXPECT_EQ(info.refusesRotateScale, route->rotations == qv::Rotations::kOnlyNone);
+        }
+}
 
 // ---- Y4M headers ---------------------------------------------------------------------------------
 

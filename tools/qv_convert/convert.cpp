@@ -79,29 +79,44 @@ const FormatInfo* PngFeedFormat(const FormatInfo* destination, const std::string
 
 class ProgressBar {
 public:
-    ProgressBar(bool enabled, int64_t total) : enabled_(enabled), total_(total) {}
+    ProgressBar(bool enabled, int64_t total) : enabled_(enabled), total_(total), start_(Clock::now()) {}
     ~ProgressBar() { Finish(); }
 
+    // Redrawn at most ten times a second, and always for the last frame.
     void Update(int64_t done) {
         if (!enabled_) return;
+        done_ = done;
         const Clock::time_point now = Clock::now();
-        if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
+        if (drawn_ && now - last_ < std::chrono::milliseconds(100) && done != total_ && !finishing_) return;
         last_ = now;
         drawn_ = true;
+        const double seconds = std::chrono::duration<double>(now - start_).count();
+        const double rate = seconds > 0 ? static_cast<double>(done) / seconds : 0;
+        char tail[64];
         if (total_ > 0) {
             const int width = 30;
             const int filled = static_cast<int>(done * width / total_);
-            std::fprintf(stderr, "\r[%s%s] %lld/%lld frames", std::string(static_cast<size_t>(filled), '#').c_str(),
+            const double eta = rate > 0 ? static_cast<double>(total_ - done) / rate : 0;
+            std::snprintf(tail, sizeof tail, ", %.1f frames/s, ETA %d:%02d", rate, static_cast<int>(eta) / 60,
+                          static_cast<int>(eta) % 60);
+            std::fprintf(stderr, "\r[%s%s] %lld/%lld frames%s\033[K",
+                         std::string(static_cast<size_t>(filled), '#').c_str(),
                          std::string(static_cast<size_t>(width - filled), '.').c_str(), static_cast<long long>(done),
-                         static_cast<long long>(total_));
+                         static_cast<long long>(total_), tail);
         } else {
-            std::fprintf(stderr, "\r%lld frames", static_cast<long long>(done));
+            std::snprintf(tail, sizeof tail, ", %.1f frames/s", rate);
+            std::fprintf(stderr, "\r%lld frames%s\033[K", static_cast<long long>(done), tail);
         }
         std::fflush(stderr);
     }
 
+    // The bar stays, showing the last frame, on its own line.
     void Finish() {
-        if (enabled_ && drawn_) std::fputs("\r\033[K", stderr);
+        if (enabled_ && drawn_) {
+            finishing_ = true;
+            Update(done_);
+            std::fputs("\n", stderr);
+        }
         drawn_ = false;
         enabled_ = false;
     }
@@ -109,6 +124,9 @@ public:
 private:
     bool enabled_;
     int64_t total_;
+    Clock::time_point start_;
+    int64_t done_ = 0;
+    bool finishing_ = false;
     bool drawn_ = false;
     Clock::time_point last_;
 };

@@ -6,8 +6,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 gallery="${1:-out/gallery}"
 bash scripts/deps.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build -j"$(nproc)"
-./build/qv_host_example build/libqv_imageproc.so
-./build/qv-convert --demo "$gallery"
+# Its own build directory, without the test suite: scripts/test.sh builds and runs every test in build/.
+cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DQV_BUILD_TESTS=OFF >/dev/null
+cmake --build build-demo -j"$(nproc)" --target qv_imageproc qv-convert qv_host_example
+./build-demo/qv_host_example build-demo/libqv_imageproc.so
+./build-demo/qv-convert --demo "$gallery"
 echo "Open $(cd "$gallery" && pwd)/index.html in a browser to see the gallery."

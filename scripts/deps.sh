@@ -20,5 +20,7 @@ if [ ${#missing[@]} -gt 0 ]; then
   done
   # One index that fails to load must not stop the rest: the install below says what is missing.
   $SUDO apt-get update -qq || echo "apt-get update reported errors; installing from the lists it has" >&2
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  # A line a package (fetched, unpacked, set up) rather than a long silence.
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}" |
+    { grep --line-buffered -E '^(Get:|Unpacking|Setting up)' || true; }
 fi

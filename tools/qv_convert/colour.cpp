@@ -86,7 +86,7 @@ bool ShowsAlpha(const FormatInfo& f) {
     return f.code == QV_FORMAT_ARGB32 || f.code == QV_FORMAT_ABGR32 || f.code == QV_FORMAT_RGB555;
 }
 
-void EncodeImage(const RgbaImage& image, Frame& frame) {
+void EncodeImage(const RgbaImage& image, Frame& frame, bool interlaced) {
     const FormatInfo& f = *frame.format;
     const int32_t w = frame.width, h = frame.height;
     switch (f.family) {
@@ -108,7 +108,8 @@ void EncodeImage(const RgbaImage& image, Frame& frame) {
                 // Pointers are taken out of the loop: byte stores could otherwise alias the frame.
                 uint8_t* luma = frame.row(0, y);
                 const Rgba* pixels = &image.at(0, y);
-                const int32_t cy = y >> f.chromaShiftY;
+                const bool byField = interlaced && f.chromaShiftY == 1;
+                const int32_t cy = byField ? std::min(((y >> 2) << 1) | (y & 1), ch - 1) : y >> f.chromaShiftY;
                 int* cbRow = &cbSum[static_cast<size_t>(cy) * cw];
                 int* crRow = &crSum[static_cast<size_t>(cy) * cw];
                 int* countRow = &count[static_cast<size_t>(cy) * cw];

@@ -427,6 +427,8 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
     if (o.deinterlace == 0 && (source->stream.interlace == 't' || source->stream.interlace == 'b') &&
         plan.src->family == Family::kPlanarYuv)
         report.notes.push_back("the input is interlaced; --deinterlace MODE makes it progressive");
+    report.width = plan.outW;
+    report.height = plan.outH;
     report.summary = SizeText(plan.W, plan.H) + " " + plan.src->name + " -> " + SizeText(plan.outW, plan.outH) +
                      " " + plan.dst->name + plan.settings;
     return RunFrames(o, plan, *source, context, showProgress, report);

@@ -395,7 +395,7 @@ public:
         if (background_.width == 0) DrawPatternBackground(background_, width, height);
         image_ = background_;
         DrawPatternMotion(image_, index_, interlaced_);
-        EncodeImage(image_, frame);
+        EncodeImage(image_, frame, interlaced_);
         ++index_;
         return {};
     }

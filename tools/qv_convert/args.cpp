@@ -71,7 +71,8 @@ const OptionEntry kOptions[] = {
      [](std::string_view v, Options& o) -> std::string {
          return ParseRotation(v, o.rotation) ? "" : "--rotate wants 90, 270, 180, mirror or flip, not " + Quoted(v);
      }},
-    {"--interp", nullptr, "M", "scaling filter: nearest, bilinear (default), near-linear or fixed (fast fixed ratios)",
+    {"--interp", nullptr, "M", "scaling filter: nearest, bilinear (default), near-linear or fixed (fast fixed ratios); most routes have "
+     "one filter: the summary names the one used, and a note says when M has no effect",
      [](std::string_view v, Options& o) -> std::string {
          o.interpolationGiven = true;
          return ParseInterpolation(v, o.interpolation)

@@ -116,7 +116,7 @@ TEST(Operations, ScalingFilterNamedIsTheOneThatRuns) {
                                  std::to_string(rotation));
                     const bool quarter = rotation == QV_ROTATE_90_CW;
                     if (quarter && !OperationOf(s.code, d.code).rotates) continue;
-                    const Frame in = qvtest::PatternFrame(s.name, z[0], z[1]);
+                    const Frame in = qvtest::PatternFrame(s.name, z[0], z[1], 0, Padding::kSource);
                     std::vector<std::pair<Scaling, std::string>> runs;
                     for (uint32_t interp = 0; interp < 4; ++interp) {
                         QvCreateParams params = {};

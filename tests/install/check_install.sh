@@ -3,17 +3,19 @@
 # library under its SONAME with the development link, the header, qv-imageproc.pc and the
 # QvImageProc CMake package; a consumer built through each of them runs; qv-convert and the example
 # host (dlopen by SONAME) find the installed library; the GStreamer plugin loads from the prefix.
-# The consumers are built with $CC and $CFLAGS (cc and none by default).
-#   check_install.sh BUILD_DIR SOURCE_DIR WORK_DIR [HOST_EXAMPLE]
+# The consumers are built with $CC and $CFLAGS (cc and none by default). The prefix is a temporary
+# directory outside the build tree (a plugin copy there would be found by GST_PLUGIN_PATH=build).
+#   check_install.sh BUILD_DIR SOURCE_DIR [HOST_EXAMPLE]
 set -euo pipefail
-build=$1 source=$2 work=$3 host=${4:-}
+build=$1 source=$2 host=${3:-}
 cc=${CC:-cc} cflags=${CFLAGS:-}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
 prefix="$work/prefix"
 fail() { echo "FAIL: $*" >&2; exit 1; }
-rm -rf "$work"
-mkdir -p "$work"
+run() { "$@" > "$work/log" 2>&1 || { cat "$work/log"; fail "$*"; }; }
 unset LD_LIBRARY_PATH GST_PLUGIN_PATH GST_PLUGIN_PATH_1_0
-cmake --install "$build" --prefix "$prefix" > "$work/install.log"
+run cmake --install "$build" --prefix "$prefix"
 
 pc=$(find "$prefix" -name qv-imageproc.pc)
 [ -n "$pc" ] || fail "no qv-imageproc.pc under $prefix"
@@ -36,14 +38,13 @@ uses_prefix() { ldd "$1" | grep -q "$libdir/libqv_imageproc.so.1" || fail "$1 do
 export PKG_CONFIG_PATH="$(dirname "$pc")"
 pkg-config --static --libs qv-imageproc | grep -q -- "-lhwy" || fail "qv-imageproc.pc names no Highway dependency"
 # shellcheck disable=SC2086,SC2046
-"$cc" $cflags "$source/examples/consumer/consumer.c" $(pkg-config --cflags --libs qv-imageproc) -o "$work/pc-consumer"
+run "$cc" $cflags "$source/examples/consumer/consumer.c" $(pkg-config --cflags --libs qv-imageproc) -o "$work/pc-consumer"
 LD_LIBRARY_PATH="$libdir" uses_prefix "$work/pc-consumer"
 echo "pkg-config consumer: $(LD_LIBRARY_PATH="$libdir" "$work/pc-consumer")"
 
 # find_package(QvImageProc)
-cmake -S "$source/examples/consumer" -B "$work/cmake-consumer" \
-  -DCMAKE_PREFIX_PATH="$prefix" > "$work/cmake-consumer.log"
-cmake --build "$work/cmake-consumer" > "$work/cmake-build.log"
+run cmake -S "$source/examples/consumer" -B "$work/cmake-consumer" -DCMAKE_PREFIX_PATH="$prefix"
+run cmake --build "$work/cmake-consumer"
 uses_prefix "$work/cmake-consumer/qv_consumer"
 echo "find_package consumer: $("$work/cmake-consumer/qv_consumer")"
 
@@ -51,14 +52,14 @@ if [ -n "$host" ]; then
   echo "example host, dlopen by SONAME: $(LD_LIBRARY_PATH="$libdir" "$host")"
 fi
 if [ -x "$prefix/bin/qv-convert" ]; then
-  "$prefix/bin/qv-convert" --size 64x48 --to rgb565 pattern "$work/pattern.rgb565" 2> "$work/qv-convert.log"
+  run "$prefix/bin/qv-convert" --size 64x48 --to rgb565 pattern "$work/pattern.rgb565"
   [ "$(stat -c %s "$work/pattern.rgb565")" = $((64 * 48 * 2)) ] || fail "installed qv-convert wrote no frame"
   echo "installed qv-convert: one 64x48 frame"
 fi
 plugin="$libdir/gstreamer-1.0/libgstqvconvert.so"
 if [ -f "$plugin" ] && command -v gst-inspect-1.0 > /dev/null; then
   GST_PLUGIN_SYSTEM_PATH_1_0="" GST_PLUGIN_PATH_1_0="$libdir/gstreamer-1.0" GST_REGISTRY="$work/registry.bin" \
-    gst-inspect-1.0 qvconvert > "$work/inspect.log" 2>&1 || fail "gst-inspect-1.0 cannot load $plugin"
-  grep -q "$plugin" "$work/inspect.log" || fail "gst-inspect-1.0 found another qvconvert"
+    run gst-inspect-1.0 qvconvert
+  grep -q "$plugin" "$work/log" || fail "gst-inspect-1.0 found another qvconvert"
   echo "GStreamer plugin: qvconvert loads from $plugin"
 fi

@@ -799,10 +799,10 @@ static GstFlowReturn gst_qv_convert_transform_frame(GstVideoFilter* filter, GstV
     const QvSettings* s = &self->active;
     const QvCreateParams p = create_params(s, &filter->in_info, &filter->out_info);
     QvPicture src = picture_of(inframe), dst = picture_of(outframe), work_src = src, work_dst = dst;
-    const gboolean packed_half_turn = s->direction == GST_VIDEO_ORIENTATION_180;
+    const gboolean half_turn = s->direction == GST_VIDEO_ORIENTATION_180;
     if ((reads_past_picture(s, &p) || !strides_exact(&src, FALSE)) && !copy_padded(&self->source_copy, &src, &work_src))
         goto no_memory;
-    const gboolean direct = strides_exact(&dst, packed_half_turn);
+    const gboolean direct = strides_exact(&dst, half_turn);
     if (!direct) {
         if (!scratch_layout(&self->destination_copy, &dst, 4, 0)) goto no_memory;
         for (gint i = 0; i < 3; ++i) {
@@ -875,10 +875,10 @@ static void gst_qv_convert_before_transform(GstBaseTransform* trans, GstBuffer* 
 static gboolean gst_qv_convert_stop(GstBaseTransform* trans) {
     GstQvConvert* self = GST_QV_CONVERT(trans);
     destroy_context(self);
-    for (QvScratch* scratch = &self->source_copy; scratch <= &self->destination_copy; ++scratch) {
-        g_free(scratch->data);
-        memset(scratch, 0, sizeof *scratch);
-    }
+    g_free(self->source_copy.data);
+    g_free(self->destination_copy.data);
+    memset(&self->source_copy, 0, sizeof self->source_copy);
+    memset(&self->destination_copy, 0, sizeof self->destination_copy);
     return TRUE;
 }
 

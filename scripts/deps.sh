@@ -3,7 +3,8 @@
 #   scripts/deps.sh [extra-package ...]
 # A package named with an architecture (libhwy-dev:i386) adds that architecture to dpkg first.
 set -euo pipefail
-packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev "$@")
+packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev
+          libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

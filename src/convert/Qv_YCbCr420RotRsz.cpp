@@ -2,7 +2,9 @@
 // Each routine is one loop shape instantiated with an output mapping: straight (identity) or
 // through the context's luma and chroma curves, applied to every sample on the way out.
 #include <cstdint>
+#include <cstring>
 
+#include "core/kernel_table.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
 
@@ -13,6 +15,8 @@ namespace {
 struct Straight {
     uint8_t Luma(uint8_t v) const { return v; }
     uint8_t Chroma(uint8_t v) const { return v; }
+    const uint8_t* LumaTable() const { return nullptr; }
+    const uint8_t* ChromaTable() const { return nullptr; }
 };
 
 // The one chroma curve serves Cb and Cr alike; it is applied after interpolation.
@@ -21,12 +25,79 @@ struct ThroughCurves {
     const uint8_t* chroma;
     uint8_t Luma(uint8_t v) const { return luma[v]; }
     uint8_t Chroma(uint8_t v) const { return chroma[v]; }
+    const uint8_t* LumaTable() const { return luma; }
+    const uint8_t* ChromaTable() const { return chroma; }
 };
 
 // ---- rotation: every source sample scattered to start + x * stepX + y * stepY --------------
-template <class Map>
+// A plane's curve: a table of 256 bytes, or none.
+struct PlaneMap {
+    const uint8_t* table;
+    uint8_t operator()(uint8_t v) const { return table != nullptr ? table[v] : v; }
+};
+
+void MapBytes(const uint8_t* src, uint8_t* dst, int32_t n, const uint8_t* table) {
+    for (int32_t i = 0; i < n; ++i) dst[i] = table[src[i]];
+}
+
+// Rows going out whole (stepX 1) or reversed (stepX -1), one after another as the scatter orders
+// them.
+void MoveRows(const uint8_t* src, int32_t srcStride, int32_t width, int32_t rows, uint8_t* start, int32_t stepX,
+              int32_t stepY, const uint8_t* table) {
+    const KernelTable& k = Kernels();
+    constexpr int32_t kChunk = 1024;
+    uint8_t mapped[kChunk];
+    for (int32_t y = 0; y < rows; ++y) {
+        const uint8_t* s = Row(src, y, srcStride);
+        uint8_t* d = Row(start, y, stepY);
+        if (stepX == 1) {
+            if (table == nullptr) std::memcpy(d, s, static_cast<size_t>(width));
+            else MapBytes(s, d, width, table);
+        } else if (table == nullptr) {
+            k.reverseRow(s, d - (width - 1), width);
+        } else {
+            for (int32_t x = 0; x < width; x += kChunk) {
+                const int32_t n = width - x < kChunk ? width - x : kChunk;
+                MapBytes(s + x, mapped, n, table);
+                k.reverseRow(mapped, d - (x + n - 1), n);
+            }
+        }
+    }
+}
+
+// Quarter turns: source column x becomes the destination run at start + x * stepX, stepped by
+// stepY = +-1 per source row. A step of -1 is the transpose of the rows taken bottom up.
+void TransposePlane(const uint8_t* src, int32_t srcStride, int32_t width, int32_t rows, uint8_t* start,
+                    int32_t stepX, int32_t stepY, const uint8_t* table) {
+    const KernelTable& k = Kernels();
+    ptrdiff_t srcPitch = srcStride;
+    if (stepY < 0) {
+        src = Row(src, rows - 1, srcStride);
+        srcPitch = -srcPitch;
+        start -= rows - 1;
+    }
+    if (table == nullptr) return k.transpose(src, srcPitch, start, stepX, width, rows);
+    // Through the curve: blocks of 16 rows are mapped into a buffer, then transposed from it.
+    constexpr int32_t kRows = 16, kColumns = 256;
+    uint8_t mapped[kRows * kColumns];
+    for (int32_t y = 0; y < rows; y += kRows) {
+        const int32_t h = rows - y < kRows ? rows - y : kRows;
+        for (int32_t x = 0; x < width; x += kColumns) {
+            const int32_t n = width - x < kColumns ? width - x : kColumns;
+            for (int32_t r = 0; r < h; ++r) MapBytes(src + (y + r) * srcPitch + x, mapped + r * kColumns, n, table);
+            k.transpose(mapped, kColumns, start + y + static_cast<ptrdiff_t>(x) * stepX, stepX, n, h);
+        }
+    }
+}
+
 void ScatterPlane(const uint8_t* src, int32_t srcStride, int32_t width, int32_t rows, uint8_t* start,
-                  int32_t stepX, int32_t stepY, Map map) {
+                  int32_t stepX, int32_t stepY, PlaneMap map) {
+    if (width <= 0 || rows <= 0) return;
+    if (stepX == 1 || stepX == -1) return MoveRows(src, srcStride, width, rows, start, stepX, stepY, map.table);
+    // Tiles may write in any order when no two samples share a destination byte.
+    const int64_t span = stepX < 0 ? -static_cast<int64_t>(stepX) : stepX;
+    if ((stepY == 1 || stepY == -1) && span >= rows)
+        return TransposePlane(src, srcStride, width, rows, start, stepX, stepY, map.table);
     for (int32_t y = 0; y < rows; ++y) {
         const uint8_t* s = Row(src, y, srcStride);
         uint8_t* d = Row(start, y, stepY);
@@ -36,13 +107,11 @@ void ScatterPlane(const uint8_t* src, int32_t srcStride, int32_t width, int32_t 
 
 template <class Out>
 int32_t Rotate(const QvRotationParams& p, SrcPlanes sp, Strides ss, int32_t W, int32_t H, Out out) {
-    auto luma = [&](uint8_t v) { return out.Luma(v); };
-    auto chroma = [&](uint8_t v) { return out.Chroma(v); };
-    ScatterPlane(sp[0], ss[0], W, H, p.startY, p.stepX, p.stepY, luma);
+    ScatterPlane(sp[0], ss[0], W, H, p.startY, p.stepX, p.stepY, {out.LumaTable()});
     if (H < 2) return kOk;
     // W < 2 leaves no chroma column; the rows are still walked.
-    ScatterPlane(sp[1], ss[1], W >> 1, H >> 1, p.startCb, p.stepXCb, p.stepYCb, chroma);
-    ScatterPlane(sp[2], ss[2], W >> 1, H >> 1, p.startCr, p.stepXCr, p.stepYCr, chroma);
+    ScatterPlane(sp[1], ss[1], W >> 1, H >> 1, p.startCb, p.stepXCb, p.stepYCb, {out.ChromaTable()});
+    ScatterPlane(sp[2], ss[2], W >> 1, H >> 1, p.startCr, p.stepXCr, p.stepYCr, {out.ChromaTable()});
     return kOk;
 }
 

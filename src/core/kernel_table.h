@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "core/pixel.h"
+#include "core/planar_rows.h"
 
 namespace qv {
 
@@ -40,6 +41,15 @@ struct KernelTable {
     RowKernel row444ToRGB565;
     RowKernel row444ToRGB888;
     RowKernel row444ToARGB32;     // arg: alpha
+
+    // Byte moves (planar_rows.h). They start as the scalar references; a vector set replaces
+    // those it has.
+    TransposeKernel transpose = &planar::Transpose;
+    ReverseKernel reverseRow = &planar::Reverse;
+    PackKernel packYUY2 = &planar::PackYUY2;
+    PackKernel packUYVY = &planar::PackUYVY;
+    InterleaveKernel interleaveUV = &planar::Interleave;
+    SplitKernel splitUV = &planar::Split;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -160,6 +160,125 @@ double NanosecondsPerPixel(const KernelTable& table, const Entry& e, const Setti
     return ns / reps / c.width / (e.pair ? 2 : 1);
 }
 
+// ---- byte moves: transposes, reversed rows, packing, NV12 chroma ---------------------------
+// A buffer of random bytes with guards: `at` is the first byte of the region under test.
+struct Guarded {
+    std::vector<uint8_t> bytes;
+    size_t at = 0;
+    void Reset(size_t size, size_t offset, std::mt19937* rng) {
+        bytes.assign(size + offset + 2 * kGuard, kGuardByte);
+        at = kGuard + offset;
+        if (rng != nullptr)
+            for (size_t i = at; i < at + size; ++i) bytes[i] = static_cast<uint8_t>((*rng)());
+    }
+    uint8_t* p() { return bytes.data() + at; }
+};
+
+// One case of a byte-moving entry: fills the sources, runs the kernel, leaves the destinations.
+struct MoveCase {
+    int width, height, srcOffset, dstOffset, srcPad, dstPad;
+    bool flipSrc, flipDst;  // negative pitches
+};
+
+bool SameOrReport(const char* set, const char* entry, const MoveCase& c, const std::vector<uint8_t>& ref,
+                  const std::vector<uint8_t>& got) {
+    if (ref == got) return true;
+    size_t at = 0;
+    while (ref[at] == got[at]) ++at;
+    std::printf("FAIL %s %s: size %dx%d, offsets %d/%d, pads %d/%d, flips %d/%d: byte %zu of the destination differs\n",
+                set, entry, c.width, c.height, c.srcOffset, c.dstOffset, c.srcPad, c.dstPad, c.flipSrc, c.flipDst,
+                at);
+    return false;
+}
+
+bool CheckTranspose(const KernelTable& variant, const MoveCase& c, std::mt19937& rng) {
+    const ptrdiff_t srcPitch = c.width + c.srcPad, dstPitch = c.height + c.dstPad;
+    Guarded src, ref, got;
+    src.Reset(static_cast<size_t>(srcPitch * c.height), static_cast<size_t>(c.srcOffset), &rng);
+    ref.Reset(static_cast<size_t>(dstPitch * c.width), static_cast<size_t>(c.dstOffset), nullptr);
+    got = ref;
+    const uint8_t* s = src.p() + (c.flipSrc ? srcPitch * (c.height - 1) : 0);
+    const ptrdiff_t sp = c.flipSrc ? -srcPitch : srcPitch;
+    const ptrdiff_t dOff = c.flipDst ? dstPitch * (c.width - 1) : 0;
+    const ptrdiff_t dp = c.flipDst ? -dstPitch : dstPitch;
+    qv::ScalarKernels().transpose(s, sp, ref.p() + dOff, dp, c.width, c.height);
+    variant.transpose(s, sp, got.p() + dOff, dp, c.width, c.height);
+    return SameOrReport(variant.name, "transpose", c, ref.bytes, got.bytes);
+}
+
+// Row kernels: n items; sources and destination sizes per item.
+bool CheckRowMove(const KernelTable& variant, const char* name, int which, const MoveCase& c, std::mt19937& rng) {
+    const size_t n = static_cast<size_t>(c.width);
+    Guarded a, b, e, ref0, ref1, got0, got1;
+    switch (which) {
+        case 0:  // reverseRow
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().reverseRow(a.p(), ref0.p(), c.width);
+            variant.reverseRow(a.p(), got0.p(), c.width);
+            break;
+        case 1:
+        case 2:  // packYUY2, packUYVY
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            e.Reset(n, static_cast<size_t>(c.dstPad), &rng);
+            ref0.Reset(4 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            if (which == 1) {
+                qv::ScalarKernels().packYUY2(a.p(), b.p(), e.p(), ref0.p(), c.width);
+                variant.packYUY2(a.p(), b.p(), e.p(), got0.p(), c.width);
+            } else {
+                qv::ScalarKernels().packUYVY(a.p(), b.p(), e.p(), ref0.p(), c.width);
+                variant.packUYVY(a.p(), b.p(), e.p(), got0.p(), c.width);
+            }
+            break;
+        case 3:  // interleaveUV
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            ref0.Reset(2 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().interleaveUV(a.p(), b.p(), ref0.p(), c.width);
+            variant.interleaveUV(a.p(), b.p(), got0.p(), c.width);
+            break;
+        default:  // splitUV
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            ref1.Reset(n, static_cast<size_t>(c.dstPad), nullptr);
+            got0 = ref0, got1 = ref1;
+            qv::ScalarKernels().splitUV(a.p(), ref0.p(), ref1.p(), c.width);
+            variant.splitUV(a.p(), got0.p(), got1.p(), c.width);
+            if (!SameOrReport(variant.name, name, c, ref1.bytes, got1.bytes)) return false;
+            break;
+    }
+    return SameOrReport(variant.name, name, c, ref0.bytes, got0.bytes);
+}
+
+const char* const kRowMoves[] = {"reverseRow", "packYUY2", "packUYVY", "interleaveUV", "splitUV"};
+
+void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
+    auto count = [&](bool ok) { ok ? ++*passed : ++*failed; };
+    auto offset = [&] { return static_cast<int>(rng() % 64); };
+    // Transposes: every size up to 40 x 40 (tile edges), then random sizes, pads and flips.
+    for (int h = 1; h <= 40; ++h)
+        for (int w = 1; w <= 40; ++w)
+            count(CheckTranspose(variant, {w, h, 0, 0, static_cast<int>(rng() % 3), static_cast<int>(rng() % 3),
+                                           (w + h) % 3 == 0, (w * h) % 5 == 0},
+                                 rng));
+    for (int k = 0; k < 150; ++k) {
+        const MoveCase c{1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 100), offset(), offset(),
+                         offset(), offset(), (rng() & 1) != 0, (rng() & 1) != 0};
+        count(CheckTranspose(variant, c, rng));
+    }
+    for (int which = 0; which < 5; ++which) {
+        for (int n = 0; n <= 300; ++n) count(CheckRowMove(variant, kRowMoves[which], which, {n, 1, 0, 0, 0, 0, false, false}, rng));
+        for (int k = 0; k < 200; ++k) {
+            const MoveCase c{static_cast<int>(rng() % 2000), 1, offset(), offset(), offset(), offset(), false, false};
+            count(CheckRowMove(variant, kRowMoves[which], which, c, rng));
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -197,6 +316,7 @@ int main(int argc, char** argv) {
                      &settings[rng() % settings.size()], static_cast<int>(rng() % 3), 0});
             }
         }
+        CheckMoves(variant, rng, &passed, &failed);
     }
 
     if (bench) {

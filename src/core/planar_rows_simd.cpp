@@ -1,0 +1,195 @@
+// Vector variants of the byte-moving kernels (planar_rows.h), one source for every Highway target.
+//
+// Transposes work on strips of 16 rows: each 128-bit block of a row vector is one 16x16 tile, and
+// four rounds of byte interleaves (rows i and i + 8 each round) leave column k of every tile in
+// vector k. Reversed rows reverse the bytes of each 64-bit lane with a byte shuffle, then the
+// lanes. The last strip, column run or chunk of a row is moved back so that it ends at the edge:
+// it rewrites bytes already written with the same values, and no vector touches a byte outside
+// the rows. Sizes below one 128-bit vector go through the scalar references.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/planar_rows_simd.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "core/kernel_table.h"
+#include "core/planar_rows.h"
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+HWY_BEFORE_NAMESPACE();
+namespace qv {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using DFull = hn::ScalableTag<uint8_t>;
+using D128 = hn::Full128<uint8_t>;
+
+// Stores the 16-byte blocks of v to p, p + blockStep, p + 2 x blockStep, ...
+template <class D>
+HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, uint8_t* p, ptrdiff_t blockStep) {
+    if constexpr (hn::MaxLanes(D()) <= 16) {
+        hn::StoreU(v, d, p);
+    } else {
+        const hn::Half<D> dh;
+        StoreBlocks(dh, hn::LowerHalf(dh, v), p, blockStep);
+        StoreBlocks(dh, hn::UpperHalf(dh, v), p + blockStep * static_cast<ptrdiff_t>(hn::MaxLanes(D()) / 32),
+                    blockStep);
+    }
+}
+
+// Transposes the 16 rows x Lanes(d) columns at src into Lanes(d) destination rows of 16 bytes.
+template <class D>
+HWY_INLINE void TransposeStrip(D d, const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch) {
+    using V = hn::Vec<D>;
+    V a[16], b[16];
+    for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, src + i * srcPitch);
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 8; ++i) {
+            b[2 * i] = hn::InterleaveLower(d, a[i], a[i + 8]);
+            b[2 * i + 1] = hn::InterleaveUpper(d, a[i], a[i + 8]);
+        }
+        for (int i = 0; i < 8; ++i) {
+            a[2 * i] = hn::InterleaveLower(d, b[i], b[i + 8]);
+            a[2 * i + 1] = hn::InterleaveUpper(d, b[i], b[i + 8]);
+        }
+    }
+    for (int k = 0; k < 16; ++k) StoreBlocks(d, a[k], dst + k * dstPitch, 16 * dstPitch);
+}
+
+// Columns x0 .. width - 1 of one strip in vectors of d; returns false if the strip is narrower
+// than one vector.
+template <class D>
+HWY_INLINE bool TransposeColumns(D d, const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
+                                 int32_t width) {
+    const int32_t n = static_cast<int32_t>(hn::Lanes(d));
+    if (width < n) return false;
+    for (int32_t x = 0;; x += n) {
+        if (x > width - n) x = width - n;
+        TransposeStrip(d, src + x, srcPitch, dst + x * dstPitch, dstPitch);
+        if (x == width - n) return true;
+    }
+}
+
+void Transpose(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch, int32_t width,
+               int32_t height) {
+    if (height < 16 || width < 16) return planar::Transpose(src, srcPitch, dst, dstPitch, width, height);
+    for (int32_t y = 0;; y += 16) {
+        if (y > height - 16) y = height - 16;
+        const uint8_t* s = src + y * srcPitch;
+        uint8_t* d = dst + y;
+        if (!TransposeColumns(DFull(), s, srcPitch, d, dstPitch, width))
+            TransposeColumns(D128(), s, srcPitch, d, dstPitch, width);
+        if (y == height - 16) return;
+    }
+}
+
+template <class D>
+HWY_INLINE hn::Vec<D> ReverseBytes(D d, hn::Vec<D> v) {
+    // Within each 64-bit lane first (the shuffle indexes within 128-bit blocks), then the lanes.
+    alignas(16) static constexpr uint8_t kLane[16] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
+    const hn::Repartition<uint64_t, D> d64;
+    const hn::Vec<D> idx = hn::BitCast(d, hn::LoadDup128(hn::Repartition<uint8_t, D>(), kLane));
+    return hn::BitCast(d, hn::Reverse(d64, hn::BitCast(d64, hn::TableLookupBytes(v, idx))));
+}
+
+template <class D>
+HWY_INLINE bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::StoreU(ReverseBytes(d, hn::LoadU(d, src + (n - lanes - i))), d, dst + i);
+        if (i == n - lanes) return true;
+    }
+}
+
+void Reverse(const uint8_t* src, uint8_t* dst, int32_t n) {
+    if (!ReverseIn(DFull(), src, dst, n) && !ReverseIn(D128(), src, dst, n)) planar::Reverse(src, dst, n);
+}
+
+// Pixel pairs in vectors of d: `pack(d, y even, y odd, cb, cr, out)`.
+template <class D, class Pack>
+HWY_INLINE bool PackIn(D d, const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n,
+                       Pack pack) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::Vec<D> even, odd;
+        hn::LoadInterleaved2(d, y + 2 * i, even, odd);
+        pack(d, even, odd, hn::LoadU(d, cb + i), hn::LoadU(d, cr + i), out + 4 * i);
+        if (i == n - lanes) return true;
+    }
+}
+
+struct YUY2 {
+    template <class D, class V>
+    HWY_INLINE void operator()(D d, V even, V odd, V cb, V cr, uint8_t* out) const {
+        hn::StoreInterleaved4(even, cb, odd, cr, d, out);
+    }
+};
+struct UYVY {
+    template <class D, class V>
+    HWY_INLINE void operator()(D d, V even, V odd, V cb, V cr, uint8_t* out) const {
+        hn::StoreInterleaved4(cb, even, cr, odd, d, out);
+    }
+};
+
+void PackYUY2(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+    if (!PackIn(DFull(), y, cb, cr, d, n, YUY2()) && !PackIn(D128(), y, cb, cr, d, n, YUY2()))
+        planar::PackYUY2(y, cb, cr, d, n);
+}
+void PackUYVY(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+    if (!PackIn(DFull(), y, cb, cr, d, n, UYVY()) && !PackIn(D128(), y, cb, cr, d, n, UYVY()))
+        planar::PackUYVY(y, cb, cr, d, n);
+}
+
+template <class D>
+HWY_INLINE bool InterleaveIn(D d, const uint8_t* cb, const uint8_t* cr, uint8_t* q, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::StoreInterleaved2(hn::LoadU(d, cb + i), hn::LoadU(d, cr + i), d, q + 2 * i);
+        if (i == n - lanes) return true;
+    }
+}
+void Interleave(const uint8_t* cb, const uint8_t* cr, uint8_t* q, int32_t n) {
+    if (!InterleaveIn(DFull(), cb, cr, q, n) && !InterleaveIn(D128(), cb, cr, q, n))
+        planar::Interleave(cb, cr, q, n);
+}
+
+template <class D>
+HWY_INLINE bool SplitIn(D d, const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::Vec<D> b, r;
+        hn::LoadInterleaved2(d, q + 2 * i, b, r);
+        hn::StoreU(b, d, cb + i);
+        hn::StoreU(r, d, cr + i);
+        if (i == n - lanes) return true;
+    }
+}
+void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (!SplitIn(DFull(), q, cb, cr, n) && !SplitIn(D128(), q, cb, cr, n)) planar::Split(q, cb, cr, n);
+}
+
+}  // namespace
+
+void FillPlanarKernels(KernelTable* k) {
+    k->transpose = &Transpose;
+    k->reverseRow = &Reverse;
+    k->packYUY2 = &PackYUY2;
+    k->packUYVY = &PackUYVY;
+    k->interleaveUV = &Interleave;
+    k->splitUV = &Split;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace qv
+HWY_AFTER_NAMESPACE();
+#endif  // vector targets

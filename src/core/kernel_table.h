@@ -13,6 +13,7 @@
 
 #include "core/pixel.h"
 #include "core/planar_rows.h"
+#include "core/rgb_rows.h"
 
 namespace qv {
 
@@ -50,6 +51,14 @@ struct KernelTable {
     PackKernel packUYVY = &planar::PackUYVY;
     InterleaveKernel interleaveUV = &planar::Interleave;
     SplitKernel splitUV = &planar::Split;
+    // Packed RGB read (rgb_rows.h).
+    EncodeLumaKernel lumaFromRGB565 = &rgbrows::Luma<rgbrows::FromRGB565>;
+    EncodeLumaKernel lumaFromARGB32 = &rgbrows::Luma<rgbrows::FromARGB32>;
+    EncodeLumaKernel lumaFromABGR32 = &rgbrows::Luma<rgbrows::FromABGR32>;
+    EncodeChromaKernel chromaFromRGB565 = &rgbrows::Chroma<rgbrows::FromRGB565>;
+    EncodeChromaKernel chromaFromARGB32 = &rgbrows::Chroma<rgbrows::FromARGB32>;
+    EncodeChromaKernel chromaFromABGR32 = &rgbrows::Chroma<rgbrows::FromABGR32>;
+    WidenKernel widenRGB565 = &rgbrows::Widen565;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -94,6 +94,17 @@ HWY_INLINE hn::Vec<D> ReverseBytes(D d, hn::Vec<D> v) {
     return hn::BitCast(d, hn::Reverse(d64, hn::BitCast(d64, hn::TableLookupBytes(v, idx))));
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+// With VBMI one byte permutation reverses the 64 bytes.
+HWY_INLINE hn::Vec512<uint8_t> ReverseBytes(hn::Full512<uint8_t>, hn::Vec512<uint8_t> v) {
+    const __m512i idx = _mm512_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                        22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41,
+                                        42, 43, 44, 45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61,
+                                        62, 63);
+    return hn::Vec512<uint8_t>{_mm512_permutexvar_epi8(idx, v.raw)};
+}
+#endif
+
 template <class D>
 HWY_INLINE bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
@@ -180,7 +191,10 @@ void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
 
 }  // namespace
 
+void FillRgbKernels(KernelTable* k);  // rgb_rows_simd.cpp
+
 void FillPlanarKernels(KernelTable* k) {
+    FillRgbKernels(k);
     k->transpose = &Transpose;
     k->reverseRow = &Reverse;
     k->packYUY2 = &PackYUY2;

@@ -241,7 +241,43 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
             qv::ScalarKernels().interleaveUV(a.p(), b.p(), ref0.p(), c.width);
             variant.interleaveUV(a.p(), b.p(), got0.p(), c.width);
             break;
-        default:  // splitUV
+        case 5:
+        case 6:
+        case 7: {  // lumaFromRGB565, lumaFromARGB32, lumaFromABGR32
+            const qv::EncodeLumaKernel KernelTable::*k[] = {&KernelTable::lumaFromRGB565, &KernelTable::lumaFromARGB32,
+                                                            &KernelTable::lumaFromABGR32};
+            a.Reset((which == 5 ? 2 : 4) * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            (qv::ScalarKernels().*k[which - 5])(a.p(), ref0.p(), c.width);
+            (variant.*k[which - 5])(a.p(), got0.p(), c.width);
+            break;
+        }
+        case 8:
+        case 9:
+        case 10: {  // chromaFromRGB565, chromaFromARGB32, chromaFromABGR32
+            const qv::EncodeChromaKernel KernelTable::*k[] = {
+                &KernelTable::chromaFromRGB565, &KernelTable::chromaFromARGB32, &KernelTable::chromaFromABGR32};
+            a.Reset((which == 8 ? 4 : 8) * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            ref1.Reset(n, static_cast<size_t>(c.dstPad), nullptr);
+            got0 = ref0, got1 = ref1;
+            (qv::ScalarKernels().*k[which - 8])(a.p(), ref0.p(), ref1.p(), c.width);
+            (variant.*k[which - 8])(a.p(), got0.p(), got1.p(), c.width);
+            if (!SameOrReport(variant.name, name, c, ref1.bytes, got1.bytes)) return false;
+            break;
+        }
+        case 11: {  // widenRGB565
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(4 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            const uint32_t alphaBits = (rng() & 0xFF) << 24;
+            qv::ScalarKernels().widenRGB565(a.p(), ref0.p(), c.width, alphaBits);
+            variant.widenRGB565(a.p(), got0.p(), c.width, alphaBits);
+            break;
+        }
+        case 4:  // splitUV
+        default:
             a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
             ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
             ref1.Reset(n, static_cast<size_t>(c.dstPad), nullptr);
@@ -254,7 +290,9 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
     return SameOrReport(variant.name, name, c, ref0.bytes, got0.bytes);
 }
 
-const char* const kRowMoves[] = {"reverseRow", "packYUY2", "packUYVY", "interleaveUV", "splitUV"};
+const char* const kRowMoves[] = {"reverseRow",       "packYUY2",         "packUYVY",         "interleaveUV",
+                                 "splitUV",          "lumaFromRGB565",   "lumaFromARGB32",   "lumaFromABGR32",
+                                 "chromaFromRGB565", "chromaFromARGB32", "chromaFromABGR32", "widenRGB565"};
 
 void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
     auto count = [&](bool ok) { ok ? ++*passed : ++*failed; };
@@ -270,7 +308,7 @@ void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int*
                          offset(), offset(), (rng() & 1) != 0, (rng() & 1) != 0};
         count(CheckTranspose(variant, c, rng));
     }
-    for (int which = 0; which < 5; ++which) {
+    for (int which = 0; which < 12; ++which) {
         for (int n = 0; n <= 300; ++n) count(CheckRowMove(variant, kRowMoves[which], which, {n, 1, 0, 0, 0, 0, false, false}, rng));
         for (int k = 0; k < 200; ++k) {
             const MoveCase c{static_cast<int>(rng() % 2000), 1, offset(), offset(), offset(), offset(), false, false};

@@ -17,6 +17,11 @@
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 HWY_BEFORE_NAMESPACE();
+#if HWY_TARGET == HWY_AVX3_DL
+// The target's CPUs (Ice Lake and later) have the 512-bit VNNI instructions; Highway's target
+// string does not name them.
+#pragma GCC target("avx512vnni")
+#endif
 namespace qv {
 namespace HWY_NAMESPACE {
 namespace {
@@ -57,52 +62,117 @@ HWY_INLINE hn::Vec<DU16> Products(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<D
 
 // ---- 32-bit pixels --------------------------------------------------------------------------
 // kRedLow: red is byte 0 (ABGR32), else byte 2 (ARGB32); blue is the other one.
-template <bool kRedLow>
-struct Weights32 {
-    hn::Vec<DU16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
-    Weights32()
-        : yLow(kRedLow ? Weights(65, 25) : Weights(25, 65)),
-          yHigh(Weights(129, 0)),
-          cbLow(kRedLow ? Weights(-38, 112) : Weights(112, -38)),
-          cbHigh(Weights(-74, 0)),
-          crLow(kRedLow ? Weights(112, -18) : Weights(-18, 112)),
-          crHigh(Weights(-94, 0)) {}
+// A 32-bit pixel's weighted sum: a lane of 4224 + 65 r + 129 g + 25 b for luma (the rounding
+// term and the offset 16 folded together), or 32896 + the chroma sum (128 and the offset 128).
+// Each sum is the pixel's luma or chroma value shifted left by 8.
+#if HWY_TARGET == HWY_AVX3_DL
+// VNNI: four unsigned bytes times four signed weights, summed into the 32-bit lane. Green's 129
+// is taken as 64 + 65.
+struct Sums32 {
+    __m512i yA, yB, cb, cr;
+    explicit Sums32(bool redLow) {
+        const auto bytes = [](int w0, int w1, int w2, int w3) {
+            return _mm512_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(w0) & 0xFF) |
+                                                          (static_cast<uint32_t>(w1) & 0xFF) << 8 |
+                                                          (static_cast<uint32_t>(w2) & 0xFF) << 16 |
+                                                          (static_cast<uint32_t>(w3) & 0xFF) << 24));
+        };
+        yA = redLow ? bytes(65, 64, 25, 0) : bytes(25, 64, 65, 0);
+        yB = bytes(0, 65, 0, 0);
+        cb = redLow ? bytes(-38, -74, 112, 0) : bytes(112, -74, -38, 0);
+        cr = redLow ? bytes(112, -94, -18, 0) : bytes(-18, -94, 112, 0);
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Luma(hn::Vec512<uint32_t> v) const {
+        const __m512i acc = _mm512_dpbusd_epi32(_mm512_set1_epi32(4224), v.raw, yA);
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(acc, v.raw, yB)};
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Cb(hn::Vec512<uint32_t> v) const {
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(_mm512_set1_epi32(32896), v.raw, cb)};
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Cr(hn::Vec512<uint32_t> v) const {
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(_mm512_set1_epi32(32896), v.raw, cr)};
+    }
 };
+#elif HWY_ARCH_X86
+// Bytes 0 and 2 (and 1 and 3) as 16-bit lanes, multiplied by a weight pair and summed pairwise
+// into the 32-bit lane (vpmaddwd).
+struct Sums32 {
+    hn::Vec<DI16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
+    explicit Sums32(bool redLow)
+        : yLow(hn::BitCast(DI16(), redLow ? Weights(65, 25) : Weights(25, 65))),
+          yHigh(hn::BitCast(DI16(), Weights(129, 0))),
+          cbLow(hn::BitCast(DI16(), redLow ? Weights(-38, 112) : Weights(112, -38))),
+          cbHigh(hn::BitCast(DI16(), Weights(-74, 0))),
+          crLow(hn::BitCast(DI16(), redLow ? Weights(112, -18) : Weights(-18, 112))),
+          crHigh(hn::BitCast(DI16(), Weights(-94, 0))) {}
+    HWY_INLINE hn::Vec<DU32> Sum(hn::Vec<DU32> v, int32_t start, hn::Vec<DI16> wLow, hn::Vec<DI16> wHigh) const {
+        const DI16 d16;
+        const DI32 d32;
+        const auto low = hn::And(hn::BitCast(d16, v), hn::Set(d16, 0xFF));
+        const auto high = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(DU16(), v)));
+        hn::Vec<DI32> unused = hn::Zero(d32);
+        auto acc = hn::ReorderWidenMulAccumulate(d32, low, wLow, hn::Set(d32, start), unused);
+        acc = hn::ReorderWidenMulAccumulate(d32, high, wHigh, acc, unused);
+        return hn::BitCast(DU32(), acc);
+    }
+    HWY_INLINE hn::Vec<DU32> Luma(hn::Vec<DU32> v) const { return Sum(v, 4224, yLow, yHigh); }
+    HWY_INLINE hn::Vec<DU32> Cb(hn::Vec<DU32> v) const { return Sum(v, 32896, cbLow, cbHigh); }
+    HWY_INLINE hn::Vec<DU32> Cr(hn::Vec<DU32> v) const { return Sum(v, 32896, crLow, crHigh); }
+};
+#else
+// Two 16-bit multiplications by weight pairs, then the lane halves added (signed for chroma).
+struct Sums32 {
+    hn::Vec<DU16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
+    explicit Sums32(bool redLow)
+        : yLow(redLow ? Weights(65, 25) : Weights(25, 65)),
+          yHigh(Weights(129, 0)),
+          cbLow(redLow ? Weights(-38, 112) : Weights(112, -38)),
+          cbHigh(Weights(-74, 0)),
+          crLow(redLow ? Weights(112, -18) : Weights(-18, 112)),
+          crHigh(Weights(-94, 0)) {}
+    HWY_INLINE hn::Vec<DU32> Luma(hn::Vec<DU32> v) const {
+        const DU32 d32;
+        const auto p = hn::BitCast(d32, Products(v, yLow, yHigh));
+        return hn::Add(hn::Add(hn::And(p, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(p)), hn::Set(d32, 4224));
+    }
+    HWY_INLINE hn::Vec<DU32> Chroma(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<DU16> wHigh) const {
+        const DI32 d32;
+        const auto p = hn::BitCast(d32, Products(v, wLow, wHigh));
+        const auto sum = hn::Add(hn::ShiftRight<16>(hn::ShiftLeft<16>(p)), hn::ShiftRight<16>(p));
+        return hn::BitCast(DU32(), hn::Add(sum, hn::Set(d32, 32896)));
+    }
+    HWY_INLINE hn::Vec<DU32> Cb(hn::Vec<DU32> v) const { return Chroma(v, cbLow, cbHigh); }
+    HWY_INLINE hn::Vec<DU32> Cr(hn::Vec<DU32> v) const { return Chroma(v, crLow, crHigh); }
+};
+#endif
+
+// The value of a sum (below 65536 and not negative) as bytes.
+HWY_INLINE void StoreValues(hn::Vec<DU32> sum, uint8_t* p) {
+    hn::StoreU(hn::DemoteTo(DU8Q(), hn::BitCast(DI32(), hn::ShiftRight<8>(sum))), DU8Q(), p);
+}
 
 template <bool kRedLow>
 void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
     const DU32 d32;
-    const Weights32<kRedLow> w;
+    const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
     const bool done = Cover(n, lanes, [&](int32_t i) {
-        const auto p = hn::BitCast(d32, Products(hn::LoadU(d32, reinterpret_cast<const uint32_t*>(src) + i),
-                                                 w.yLow, w.yHigh));
-        const auto sum = hn::Add(hn::And(p, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(p));
-        const auto luma = hn::Add(hn::ShiftRight<8>(hn::Add(sum, hn::Set(d32, 128))), hn::Set(d32, 16));
-        hn::StoreU(hn::DemoteTo(DU8Q(), hn::BitCast(DI32(), luma)), DU8Q(), y + i);
+        StoreValues(sums.Luma(hn::LoadU(d32, reinterpret_cast<const uint32_t*>(src) + i)), y + i);
     });
     if (!done) rgbrows::Luma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, y, n);
-}
-
-// Signed sum of the two halves of each lane, rounded and shifted: the chroma value.
-HWY_INLINE hn::Vec<DI32> ChromaOf(hn::Vec<DU16> products, int32_t round) {
-    const DI32 d32;
-    const auto p = hn::BitCast(d32, products);
-    const auto sum = hn::Add(hn::ShiftRight<16>(hn::ShiftLeft<16>(p)), hn::ShiftRight<16>(p));
-    return hn::Add(hn::ShiftRight<8>(hn::Add(sum, hn::Set(d32, round))), hn::Set(d32, 128));
 }
 
 template <bool kRedLow>
 void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
     const DU32 d32;
-    const Weights32<kRedLow> w;
+    const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
     const uint32_t* s = reinterpret_cast<const uint32_t*>(src);
     const bool done = Cover(n, lanes, [&](int32_t i) {
         // The corner is the second pixel of each pair.
         const auto corner = hn::ConcatOdd(d32, hn::LoadU(d32, s + 2 * i + lanes), hn::LoadU(d32, s + 2 * i));
-        hn::StoreU(hn::DemoteTo(DU8Q(), ChromaOf(Products(corner, w.cbLow, w.cbHigh), 128)), DU8Q(), cb + i);
-        hn::StoreU(hn::DemoteTo(DU8Q(), ChromaOf(Products(corner, w.crLow, w.crHigh), 128)), DU8Q(), cr + i);
+        StoreValues(sums.Cb(corner), cb + i);
+        StoreValues(sums.Cr(corner), cr + i);
     });
     if (!done) rgbrows::Chroma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, cb, cr, n);
 }

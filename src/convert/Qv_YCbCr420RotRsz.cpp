@@ -164,11 +164,56 @@ struct RotatedSink {
     }
 };
 
+// The scaled walk done separably: per destination row the vertical taps of the source columns
+// under a chunk of destination columns (a vector kernel), then the horizontal taps over them.
+// Each sample is the one the block walk computes; only the order of the writes differs. Steps
+// above 4 source columns per destination column (whose chunks would span too many columns) and
+// widths whose positions could leave 31 bits take the block walk, as do odd widths (whose last
+// column pair reaches past the last position).
 template <class Out>
 int32_t Scale(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds, int32_t DW, int32_t DH,
               Out out) {
-    PlaneSink<Out> sink{dp, ds, out};
-    WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+    if (DH < 1 || DW < 1 || W < 1 || H < 1) return kOk;
+    const int32_t xstep = ScaleStep(W, DW);
+    const int32_t ystep = ScaleStep(H, DH);
+    constexpr int32_t kChunk = 256;  // destination columns, even
+    constexpr int32_t kSpan = 4 * kChunk + 2;
+    if (xstep > (4 << 16) || W >= (1 << 14) || DW >= (1 << 14) || (DW & 1) != 0) {
+        PlaneSink<Out> sink{dp, ds, out};
+        WalkScaledBlocks(sp, ss, W, H, DW, DH, sink);
+        return kOk;
+    }
+    const VerticalTapKernel vertical = Kernels().verticalTaps;
+    const int32_t columns = 2 * ((DW + 1) / 2);  // whole column pairs, as the block walk writes them
+    int16_t va[kSpan], vb[kSpan];
+    for (int32_t r = 0, k = 0; r < DH; r += 2, ++k) {
+        const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
+        uint8_t* y0 = Row(dp[0], 2 * k, ds[0]);
+        uint8_t* y1 = y0 + ds[0];
+        uint8_t* cb = Row(dp[1], k, ds[1]);
+        uint8_t* cr = Row(dp[2], k, ds[2]);
+        for (int32_t c0 = 0; c0 < columns; c0 += kChunk) {
+            const int32_t n = columns - c0 < kChunk ? columns - c0 : kChunk;
+            const int32_t first = PosIndex(ScalePosition(c0, xstep));
+            const int32_t lastTap = PosIndex(ScalePosition(c0 + n - 1, xstep)) + 1;
+            const int32_t span = (lastTap < W ? lastTap : W - 1) - first + 1;
+            vertical(rows.a0 + first, rows.a1 + first, rows.fyA, va, span);
+            vertical(rows.b0 + first, rows.b1 + first, rows.fyB, vb, span);
+            for (int32_t i = 0; i < n; ++i) {
+                const int32_t pos = ScalePosition(c0 + i, xstep);
+                const int32_t x = PosIndex(pos);
+                const int32_t a = x - first, b = (x + 1 < W ? x + 1 : W - 1) - first;
+                const int32_t fx = PosWeight(pos);
+                y0[c0 + i] = out.Luma(HorizontalTap(va[a], va[b], fx));
+                y1[c0 + i] = out.Luma(HorizontalTap(vb[a], vb[b], fx));
+            }
+            for (int32_t j = c0 >> 1; j < (c0 + n) >> 1; ++j) {
+                const int32_t col = (PosIndex(ScalePosition(2 * j, xstep)) + PosIndex(ScalePosition(2 * j + 1, xstep)) + 1) >> 2;
+                cb[j] = out.Chroma(rows.cb[col]);
+                cr[j] = out.Chroma(rows.cr[col]);
+            }
+        }
+    }
     return kOk;
 }
 

@@ -51,6 +51,7 @@ struct KernelTable {
     PackKernel packUYVY = &planar::PackUYVY;
     InterleaveKernel interleaveUV = &planar::Interleave;
     SplitKernel splitUV = &planar::Split;
+    VerticalTapKernel verticalTaps = &planar::VerticalTaps;
     // Packed RGB read (rgb_rows.h).
     EncodeLumaKernel lumaFromRGB565 = &rgbrows::Luma<rgbrows::FromRGB565>;
     EncodeLumaKernel lumaFromARGB32 = &rgbrows::Luma<rgbrows::FromARGB32>;

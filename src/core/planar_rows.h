@@ -20,6 +20,9 @@ using PackKernel = void (*)(const uint8_t* y, const uint8_t* cb, const uint8_t* 
 // n chroma pairs: Cb and Cr interleaved into q (cb cr cb cr ...), or split out of it.
 using InterleaveKernel = void (*)(const uint8_t* cb, const uint8_t* cr, uint8_t* q, int32_t n);
 using SplitKernel = void (*)(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n);
+// The scalers' vertical taps with one extra bit of fraction: out[i] = (32 a + (b - a) fy) >> 4
+// for a = above[i], b = below[i], fy a 5-bit weight (0-31); every value lies in 0 .. 510.
+using VerticalTapKernel = void (*)(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n);
 
 namespace planar {
 
@@ -65,6 +68,10 @@ inline void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
         cb[i] = q[2 * i];
         cr[i] = q[2 * i + 1];
     }
+}
+
+inline void VerticalTaps(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n) {
+    for (int32_t i = 0; i < n; ++i) out[i] = static_cast<int16_t>((32 * above[i] + (below[i] - above[i]) * fy) >> 4);
 }
 
 }  // namespace planar

@@ -189,6 +189,21 @@ void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
     if (!SplitIn(DFull(), q, cb, cr, n) && !SplitIn(D128(), q, cb, cr, n)) planar::Split(q, cb, cr, n);
 }
 
+void VerticalTaps(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d16));
+    if (n < lanes) return planar::VerticalTaps(above, below, fy, out, n);
+    const auto weight = hn::Set(d16, static_cast<int16_t>(fy));
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        const auto a = hn::PromoteTo(d16, hn::LoadU(d8, above + i));
+        const auto b = hn::PromoteTo(d16, hn::LoadU(d8, below + i));
+        hn::StoreU(hn::ShiftRight<4>(hn::Add(hn::ShiftLeft<5>(a), hn::Mul(hn::Sub(b, a), weight))), d16, out + i);
+        if (i == n - lanes) return;
+    }
+}
+
 }  // namespace
 
 void FillRgbKernels(KernelTable* k);  // rgb_rows_simd.cpp
@@ -201,6 +216,7 @@ void FillPlanarKernels(KernelTable* k) {
     k->packUYVY = &PackUYVY;
     k->interleaveUV = &Interleave;
     k->splitUV = &Split;
+    k->verticalTaps = &VerticalTaps;
 }
 
 }  // namespace HWY_NAMESPACE

@@ -276,6 +276,16 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
             variant.widenRGB565(a.p(), got0.p(), c.width, alphaBits);
             break;
         }
+        case 12: {  // verticalTaps: two source rows, 16-bit taps
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            ref0.Reset(2 * n, static_cast<size_t>(2 * c.dstOffset), nullptr);
+            got0 = ref0;
+            const int32_t fy = static_cast<int32_t>(rng() % 32);
+            qv::ScalarKernels().verticalTaps(a.p(), b.p(), fy, reinterpret_cast<int16_t*>(ref0.p()), c.width);
+            variant.verticalTaps(a.p(), b.p(), fy, reinterpret_cast<int16_t*>(got0.p()), c.width);
+            break;
+        }
         case 4:  // splitUV
         default:
             a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
@@ -292,7 +302,8 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
 
 const char* const kRowMoves[] = {"reverseRow",       "packYUY2",         "packUYVY",         "interleaveUV",
                                  "splitUV",          "lumaFromRGB565",   "lumaFromARGB32",   "lumaFromABGR32",
-                                 "chromaFromRGB565", "chromaFromARGB32", "chromaFromABGR32", "widenRGB565"};
+                                 "chromaFromRGB565", "chromaFromARGB32", "chromaFromABGR32", "widenRGB565",
+                                 "verticalTaps"};
 
 void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
     auto count = [&](bool ok) { ok ? ++*passed : ++*failed; };
@@ -308,7 +319,7 @@ void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int*
                          offset(), offset(), (rng() & 1) != 0, (rng() & 1) != 0};
         count(CheckTranspose(variant, c, rng));
     }
-    for (int which = 0; which < 12; ++which) {
+    for (int which = 0; which < 13; ++which) {
         for (int n = 0; n <= 300; ++n) count(CheckRowMove(variant, kRowMoves[which], which, {n, 1, 0, 0, 0, 0, false, false}, rng));
         for (int k = 0; k < 200; ++k) {
             const MoveCase c{static_cast<int>(rng() % 2000), 1, offset(), offset(), offset(), offset(), false, false};

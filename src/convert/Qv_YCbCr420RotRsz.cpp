@@ -184,8 +184,9 @@ int32_t Scale(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Stri
         return kOk;
     }
     const VerticalTapKernel vertical = Kernels().verticalTaps;
+    const HorizontalTapKernel horizontal = Kernels().horizontalTaps;
     const int32_t columns = 2 * ((DW + 1) / 2);  // whole column pairs, as the block walk writes them
-    int16_t va[kSpan], vb[kSpan];
+    int16_t va[kSpan + 1] = {}, vb[kSpan + 1] = {};  // one past the span: read, never weighted
     for (int32_t r = 0, k = 0; r < DH; r += 2, ++k) {
         const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
         uint8_t* y0 = Row(dp[0], 2 * k, ds[0]);
@@ -199,13 +200,10 @@ int32_t Scale(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Stri
             const int32_t span = (lastTap < W ? lastTap : W - 1) - first + 1;
             vertical(rows.a0 + first, rows.a1 + first, rows.fyA, va, span);
             vertical(rows.b0 + first, rows.b1 + first, rows.fyB, vb, span);
-            for (int32_t i = 0; i < n; ++i) {
-                const int32_t pos = ScalePosition(c0 + i, xstep);
-                const int32_t x = PosIndex(pos);
-                const int32_t a = x - first, b = (x + 1 < W ? x + 1 : W - 1) - first;
-                const int32_t fx = PosWeight(pos);
-                y0[c0 + i] = out.Luma(HorizontalTap(va[a], va[b], fx));
-                y1[c0 + i] = out.Luma(HorizontalTap(vb[a], vb[b], fx));
+            horizontal(va, y0 + c0, n, c0, xstep, first, W - 1);
+            horizontal(vb, y1 + c0, n, c0, xstep, first, W - 1);
+            if (const uint8_t* curve = out.LumaTable()) {
+                for (int32_t i = c0; i < c0 + n; ++i) y0[i] = curve[y0[i]], y1[i] = curve[y1[i]];
             }
             for (int32_t j = c0 >> 1; j < (c0 + n) >> 1; ++j) {
                 const int32_t col = (PosIndex(ScalePosition(2 * j, xstep)) + PosIndex(ScalePosition(2 * j + 1, xstep)) + 1) >> 2;

@@ -52,6 +52,7 @@ struct KernelTable {
     InterleaveKernel interleaveUV = &planar::Interleave;
     SplitKernel splitUV = &planar::Split;
     VerticalTapKernel verticalTaps = &planar::VerticalTaps;
+    HorizontalTapKernel horizontalTaps = &planar::HorizontalTaps;
     // Packed RGB read (rgb_rows.h).
     EncodeLumaKernel lumaFromRGB565 = &rgbrows::Luma<rgbrows::FromRGB565>;
     EncodeLumaKernel lumaFromARGB32 = &rgbrows::Luma<rgbrows::FromARGB32>;

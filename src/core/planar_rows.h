@@ -23,6 +23,12 @@ using SplitKernel = void (*)(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t
 // The scalers' vertical taps with one extra bit of fraction: out[i] = (32 a + (b - a) fy) >> 4
 // for a = above[i], b = below[i], fy a 5-bit weight (0-31); every value lies in 0 .. 510.
 using VerticalTapKernel = void (*)(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n);
+// The scalers' horizontal taps over vertical taps v (source columns first .. last, last being the
+// final column of the row): for destination column c = c0 + i at 16.16 position p = c x step,
+// x = p >> 16, fx = (p >> 11) & 31, a = v[x - first], b = v[min(x + 1, last) - first],
+// out[i] = ((b - a) fx + 32 a) >> 6. v holds one element past the columns it covers.
+using HorizontalTapKernel = void (*)(const int16_t* v, uint8_t* out, int32_t n, int32_t c0, int32_t step,
+                                     int32_t first, int32_t last);
 
 namespace planar {
 
@@ -72,6 +78,16 @@ inline void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
 
 inline void VerticalTaps(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n) {
     for (int32_t i = 0; i < n; ++i) out[i] = static_cast<int16_t>((32 * above[i] + (below[i] - above[i]) * fy) >> 4);
+}
+
+inline void HorizontalTaps(const int16_t* v, uint8_t* out, int32_t n, int32_t c0, int32_t step, int32_t first,
+                           int32_t last) {
+    for (int32_t i = 0; i < n; ++i) {
+        const int32_t p = static_cast<int32_t>(static_cast<uint32_t>(c0 + i) * static_cast<uint32_t>(step));
+        const int32_t x = p >> 16, fx = (p >> 11) & 31;
+        const int32_t a = v[x - first], b = v[(x + 1 < last ? x + 1 : last) - first];
+        out[i] = static_cast<uint8_t>(((b - a) * fx + 32 * a) >> 6);
+    }
 }
 
 }  // namespace planar

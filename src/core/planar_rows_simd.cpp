@@ -204,6 +204,33 @@ void VerticalTaps(const uint8_t* above, const uint8_t* below, int32_t fy, int16_
     }
 }
 
+// Positions, taps and weights in 32-bit lanes; each lane gathers the 32-bit word at its tap,
+// which holds the tap and the one after it.
+void HorizontalTaps(const int16_t* v, uint8_t* out, int32_t n, int32_t c0, int32_t step, int32_t first,
+                    int32_t last) {
+    const hn::ScalableTag<int32_t> d32;
+    const hn::Rebind<uint8_t, decltype(d32)> d8;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    if (n < lanes) return planar::HorizontalTaps(v, out, n, c0, step, first, last);
+    const auto iota = hn::Iota(d32, 0);
+    const auto vstep = hn::Set(d32, step);
+    const auto vfirst = hn::Set(d32, first);
+    const auto vlast = hn::Set(d32, last);
+    const int32_t* words = reinterpret_cast<const int32_t*>(v);
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        const auto pos = hn::Mul(hn::Add(iota, hn::Set(d32, c0 + i)), vstep);
+        const auto x = hn::ShiftRight<16>(pos);
+        const auto fx = hn::And(hn::ShiftRight<11>(pos), hn::Set(d32, 31));
+        const auto word = hn::GatherOffset(d32, words, hn::ShiftLeft<1>(hn::Sub(x, vfirst)));
+        const auto a = hn::ShiftRight<16>(hn::ShiftLeft<16>(word));
+        const auto b = hn::IfThenElse(hn::Lt(x, vlast), hn::ShiftRight<16>(word), a);
+        const auto tap = hn::ShiftRight<6>(hn::Add(hn::Mul(hn::Sub(b, a), fx), hn::ShiftLeft<5>(a)));
+        hn::StoreU(hn::DemoteTo(d8, tap), d8, out + i);
+        if (i == n - lanes) return;
+    }
+}
+
 }  // namespace
 
 void FillRgbKernels(KernelTable* k);  // rgb_rows_simd.cpp
@@ -217,6 +244,7 @@ void FillPlanarKernels(KernelTable* k) {
     k->interleaveUV = &Interleave;
     k->splitUV = &Split;
     k->verticalTaps = &VerticalTaps;
+    k->horizontalTaps = &HorizontalTaps;
 }
 
 }  // namespace HWY_NAMESPACE

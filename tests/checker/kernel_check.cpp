@@ -286,6 +286,21 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
             variant.verticalTaps(a.p(), b.p(), fy, reinterpret_cast<int16_t*>(got0.p()), c.width);
             break;
         }
+        case 13: {  // horizontalTaps: vertical taps (0-510) under n destination columns
+            const int32_t step = 1 + static_cast<int32_t>(rng() % (4 << 16));
+            const int32_t c0 = static_cast<int32_t>(rng() % 1000);
+            const int32_t first = static_cast<int32_t>((static_cast<int64_t>(c0) * step) >> 16);
+            const int32_t lastX = static_cast<int32_t>((static_cast<int64_t>(c0 + (n ? n : 1) - 1) * step) >> 16);
+            const int32_t last = lastX + (rng() % 3 == 0 ? 0 : 1 + static_cast<int32_t>(rng() % 5));
+            const int32_t span = (lastX + 1 < last ? lastX + 1 : last) - first + 1;
+            std::vector<int16_t> v(static_cast<size_t>(span) + 1);
+            for (int16_t& x : v) x = static_cast<int16_t>(rng() % 511);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().horizontalTaps(v.data(), ref0.p(), c.width, c0, step, first, last);
+            variant.horizontalTaps(v.data(), got0.p(), c.width, c0, step, first, last);
+            break;
+        }
         case 4:  // splitUV
         default:
             a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
@@ -303,7 +318,7 @@ bool CheckRowMove(const KernelTable& variant, const char* name, int which, const
 const char* const kRowMoves[] = {"reverseRow",       "packYUY2",         "packUYVY",         "interleaveUV",
                                  "splitUV",          "lumaFromRGB565",   "lumaFromARGB32",   "lumaFromABGR32",
                                  "chromaFromRGB565", "chromaFromARGB32", "chromaFromABGR32", "widenRGB565",
-                                 "verticalTaps"};
+                                 "verticalTaps",     "horizontalTaps"};
 
 void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
     auto count = [&](bool ok) { ok ? ++*passed : ++*failed; };
@@ -319,7 +334,7 @@ void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int*
                          offset(), offset(), (rng() & 1) != 0, (rng() & 1) != 0};
         count(CheckTranspose(variant, c, rng));
     }
-    for (int which = 0; which < 13; ++which) {
+    for (int which = 0; which < 14; ++which) {
         for (int n = 0; n <= 300; ++n) count(CheckRowMove(variant, kRowMoves[which], which, {n, 1, 0, 0, 0, 0, false, false}, rng));
         for (int k = 0; k < 200; ++k) {
             const MoveCase c{static_cast<int>(rng() % 2000), 1, offset(), offset(), offset(), offset(), false, false};

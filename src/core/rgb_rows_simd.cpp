@@ -17,10 +17,14 @@
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 HWY_BEFORE_NAMESPACE();
-#if HWY_TARGET == HWY_AVX3_DL
-// The target's CPUs (Ice Lake and later) have the 512-bit VNNI instructions; Highway's target
-// string does not name them.
+// The AVX3_DL target's CPUs (Ice Lake and later) have the 512-bit VNNI instructions, which
+// Highway's target string does not name; GCC adds them to the target (Clang builds, such as the
+// fuzzer's, take the vpmaddwd sums).
+#if HWY_TARGET == HWY_AVX3_DL && HWY_COMPILER_GCC_ACTUAL
+#define QV_VNNI 1
 #pragma GCC target("avx512vnni")
+#else
+#define QV_VNNI 0
 #endif
 namespace qv {
 namespace HWY_NAMESPACE {
@@ -65,7 +69,7 @@ HWY_INLINE hn::Vec<DU16> Products(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<D
 // A 32-bit pixel's weighted sum: a lane of 4224 + 65 r + 129 g + 25 b for luma (the rounding
 // term and the offset 16 folded together), or 32896 + the chroma sum (128 and the offset 128).
 // Each sum is the pixel's luma or chroma value shifted left by 8.
-#if HWY_TARGET == HWY_AVX3_DL
+#if QV_VNNI
 // VNNI: four unsigned bytes times four signed weights, summed into the 32-bit lane. Green's 129
 // is taken as 64 + 65.
 struct Sums32 {
@@ -248,5 +252,6 @@ void FillRgbKernels(KernelTable* k) {
 
 }  // namespace HWY_NAMESPACE
 }  // namespace qv
+#undef QV_VNNI
 HWY_AFTER_NAMESPACE();
 #endif  // vector targets

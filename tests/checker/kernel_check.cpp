@@ -2,7 +2,9 @@
 // reference, byte for byte, with guard bytes around each destination. Rows of every width from
 // the kernel's minimum to 130, then random widths, source and destination offsets (0-63),
 // adjustment settings (neutral, extreme, random; tables computed from their fitted lines and
-// gathered), alpha values and colour keys. Seeded: a failure names its case and repeats.
+// gathered), alpha values and colour keys. The byte-moving, RGB-reading and scaler-tap kernels get
+// every size up to a few vectors (tile edges for the transposes), then random sizes, offsets,
+// pitches (negative too) and weights. Seeded: a failure names its case and repeats.
 //
 //   qv_kernel_check            check (exit 1 on any difference)
 //   qv_kernel_check --bench    also time each variant beside the scalar reference

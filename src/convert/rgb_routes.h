@@ -82,24 +82,58 @@ struct PictureRows {
 };
 
 // Scaled: the samples of destination row pair k (bilinear luma, nearest chroma) in scratch rows.
+// Luma is computed separably, as the 4:2:0 scaler does: the vertical taps of the source columns
+// under the chunk, then the horizontal taps (both kernels of the table). Steps above 4 source
+// columns per destination column, very wide pictures and odd destination widths take the
+// per-block walk.
 struct ScaledRows {
     static constexpr bool kBuffered = true;
+    static constexpr int32_t kSpan = 4 * kChunk + 2;
     const uint8_t* const* sp;
     const int32_t* ss;
     int32_t W, H, xstep, ystep;
+    bool separable;
+    VerticalTapKernel vertical;
+    HorizontalTapKernel horizontal;
     uint8_t y0[kChunk], y1[kChunk], cb[kChunk / 2], cr[kChunk / 2];
+    int16_t va[kSpan + 1] = {}, vb[kSpan + 1] = {};  // one past the span: read, never weighted
     ScaledRows(const uint8_t* const* p, const int32_t* s, int32_t w, int32_t h, int32_t dw, int32_t dh)
-        : sp(p), ss(s), W(w), H(h), xstep(ScaleStep(w, dw)), ystep(ScaleStep(h, dh)) {}
+        : sp(p),
+          ss(s),
+          W(w),
+          H(h),
+          xstep(ScaleStep(w, dw)),
+          ystep(ScaleStep(h, dh)),
+          separable(xstep <= (4 << 16) && w < (1 << 14) && dw < (1 << 14) && (dw & 1) == 0),
+          vertical(Kernels().verticalTaps),
+          horizontal(Kernels().horizontalTaps) {}
     RowPairIn At(int32_t k, int32_t x0, int32_t n) {
         const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
+        if (!separable) {
+            for (int32_t i = 0; i < n; i += 2) {
+                const Block b = ScaledBlockAt(rows, W, xstep, (x0 + i) >> 1);
+                y0[i] = b.y00;
+                y0[i + 1] = b.y01;
+                y1[i] = b.y10;
+                y1[i + 1] = b.y11;
+                cb[i >> 1] = b.cb;
+                cr[i >> 1] = b.cr;
+            }
+            return {y0, y1, cb, cr};
+        }
+        const int32_t first = PosIndex(ScalePosition(x0, xstep));
+        const int32_t lastTap = PosIndex(ScalePosition(x0 + n - 1, xstep)) + 1;
+        const int32_t span = (lastTap < W ? lastTap : W - 1) - first + 1;
+        vertical(rows.a0 + first, rows.a1 + first, rows.fyA, va, span);
+        vertical(rows.b0 + first, rows.b1 + first, rows.fyB, vb, span);
+        horizontal(va, y0, n, x0, xstep, first, W - 1);
+        horizontal(vb, y1, n, x0, xstep, first, W - 1);
         for (int32_t i = 0; i < n; i += 2) {
-            const Block b = ScaledBlockAt(rows, W, xstep, (x0 + i) >> 1);
-            y0[i] = b.y00;
-            y0[i + 1] = b.y01;
-            y1[i] = b.y10;
-            y1[i + 1] = b.y11;
-            cb[i >> 1] = b.cb;
-            cr[i >> 1] = b.cr;
+            const int32_t c = x0 + i;
+            const int32_t col =
+                (PosIndex(ScalePosition(c, xstep)) + PosIndex(ScalePosition(c + 1, xstep)) + 1) >> 2;
+            cb[i >> 1] = rows.cb[col];
+            cr[i >> 1] = rows.cr[col];
         }
         return {y0, y1, cb, cr};
     }

@@ -1,5 +1,5 @@
 /*
- * A minimal host: loads libqv_imageproc.so with dlopen, gets the function table, converts a
+ * A minimal host: loads libqv_imageproc.so.1 with dlopen, gets the function table, converts a
  * generated 4:2:0 frame to NV12 and back, and checks that the round trip is exact.
  *
  *   qv_host_example [path/to/libqv_imageproc.so]
@@ -39,7 +39,7 @@ static int convert(const QvImageProcFunctions *fn, int32_t operation, const uint
 }
 
 int main(int argc, char **argv) {
-    const char *path = argc > 1 ? argv[1] : "libqv_imageproc.so";
+    const char *path = argc > 1 ? argv[1] : "libqv_imageproc.so.1";
     void *lib = dlopen(path, RTLD_NOW | RTLD_LOCAL);
     QvGetDllInterfaceFn getInterface;
     const QvImageProcFunctions *fn = NULL;

@@ -54,6 +54,22 @@ private:
     Span span_;
 };
 
+// ---- the public header's codes --------------------------------------------------------------------
+enum : int32_t {
+    k420 = QV_FORMAT_YCBCR420,
+    k422 = QV_FORMAT_YCBCR422,
+    k444 = QV_FORMAT_YCBCR444,
+    kRGB565 = QV_FORMAT_RGB565,
+    kRGB888 = QV_FORMAT_RGB888,
+    kARGB32 = QV_FORMAT_ARGB32,
+    kYUY2 = QV_FORMAT_YUY2,
+    kUYVY = QV_FORMAT_UYVY,
+    kNV12 = QV_FORMAT_NV12,
+    kABGR32 = QV_FORMAT_ABGR32,
+    kRGB555 = QV_FORMAT_RGB555,
+};
+constexpr int32_t Op(int32_t source, int32_t destination) { return QV_OPERATION(source, destination); }
+
 // ---- the context as creation leaves it ----------------------------------------------------------
 enum : uint32_t { kSame = 0, kMixed = 1, kUp = 2, kDown = 3, kDouble = 4, kWide25 = 5, kWide15 = 6, kFixed320 = 7 };
 
@@ -67,25 +83,25 @@ struct Context {
 
 bool Supported(int32_t op) {
     switch (op) {
-        case 0x000:
-        case 0x003:
-        case 0x004:
-        case 0x005:
-        case 0x006:
-        case 0x007:
-        case 0x008:
-        case 0x103:
-        case 0x203:
-        case 0x204:
-        case 0x205:
-        case 0x300:
-        case 0x303:
-        case 0x305:
-        case 0x403:
-        case 0x404:
-        case 0x500:
-        case 0x800:
-        case 0x900:
+        case Op(k420, k420):
+        case Op(k420, kRGB565):
+        case Op(k420, kRGB888):
+        case Op(k420, kARGB32):
+        case Op(k420, kYUY2):
+        case Op(k420, kUYVY):
+        case Op(k420, kNV12):
+        case Op(k422, kRGB565):
+        case Op(k444, kRGB565):
+        case Op(k444, kRGB888):
+        case Op(k444, kARGB32):
+        case Op(kRGB565, k420):
+        case Op(kRGB565, kRGB565):
+        case Op(kRGB565, kARGB32):
+        case Op(kRGB888, kRGB565):
+        case Op(kRGB888, kRGB888):
+        case Op(kARGB32, k420):
+        case Op(kNV12, k420):
+        case Op(kABGR32, k420):
             return true;
         default:
             return false;
@@ -95,14 +111,14 @@ bool Supported(int32_t op) {
 // Operations that always write a picture of the source size (they never scale).
 bool NeverScales(int32_t op) {
     switch (op) {
-        case 0x006:
-        case 0x007:
-        case 0x008:
-        case 0x300:
-        case 0x305:
-        case 0x500:
-        case 0x800:
-        case 0x900:
+        case Op(k420, kYUY2):
+        case Op(k420, kUYVY):
+        case Op(k420, kNV12):
+        case Op(kRGB565, k420):
+        case Op(kRGB565, kARGB32):
+        case Op(kARGB32, k420):
+        case Op(kNV12, k420):
+        case Op(kABGR32, k420):
             return true;
         default:
             return false;
@@ -112,12 +128,12 @@ bool NeverScales(int32_t op) {
 // Operations that resample every frame, whatever the sizes.
 bool AlwaysResamples(int32_t op) {
     switch (op) {
-        case 0x203:
-        case 0x204:
-        case 0x205:
-        case 0x303:
-        case 0x403:
-        case 0x404:
+        case Op(k444, kRGB565):
+        case Op(k444, kRGB888):
+        case Op(k444, kARGB32):
+        case Op(kRGB565, kRGB565):
+        case Op(kRGB888, kRGB565):
+        case Op(kRGB888, kRGB888):
             return true;
         default:
             return false;
@@ -127,15 +143,15 @@ bool AlwaysResamples(int32_t op) {
 // Operations whose converters place packed pixels through the rotation record.
 bool PlacesThroughRecord(int32_t op) {
     switch (op) {
-        case 0x003:
-        case 0x004:
-        case 0x005:
-        case 0x203:
-        case 0x204:
-        case 0x205:
-        case 0x303:
-        case 0x403:
-        case 0x404:
+        case Op(k420, kRGB565):
+        case Op(k420, kRGB888):
+        case Op(k420, kARGB32):
+        case Op(k444, kRGB565):
+        case Op(k444, kRGB888):
+        case Op(k444, kARGB32):
+        case Op(kRGB565, kRGB565):
+        case Op(kRGB888, kRGB565):
+        case Op(kRGB888, kRGB888):
             return true;
         default:
             return false;
@@ -150,14 +166,18 @@ int32_t CreateContext(const QvCreateParams& p, Context* c, int64_t* contextBytes
     c->H = p.srcHeight & ~3;
     c->DW = p.dstWidth & ~3;
     c->DH = p.dstHeight & ~3;
-    // Work planes: four of (W rounded up to 16) x H bytes, for every operation.
+    // Work planes: four of (W rounded up to 16) x H bytes, for planar YCbCr sources only.
     c->planeStride = (static_cast<int64_t>(c->W) + 15) & ~static_cast<int64_t>(15);
-    const int64_t planeBytes = c->planeStride * c->H;
-    if (c->planeStride < 0 || planeBytes < 0 || planeBytes > (static_cast<int64_t>(PTRDIFF_MAX) - 15) / 4) {
-        *contextBytes = -1;
-        return -2;
+    *contextBytes = 0;
+    const int32_t source = c->op >> 8;
+    if (source == k420 || source == k422 || source == k444) {
+        const int64_t planeBytes = c->planeStride * c->H;
+        if (c->planeStride < 0 || planeBytes < 0 || planeBytes > (static_cast<int64_t>(PTRDIFF_MAX) - 15) / 4) {
+            *contextBytes = -1;
+            return -2;
+        }
+        *contextBytes = 4 * planeBytes + 15;
     }
-    *contextBytes = 4 * planeBytes + 15;
     if (c->W == c->DW && c->H == c->DH)
         c->scale = kSame;
     else if (c->W < c->DW && c->H < c->DH)
@@ -166,13 +186,13 @@ int32_t CreateContext(const QvCreateParams& p, Context* c, int64_t* contextBytes
         c->scale = kDown;
     else
         c->scale = kMixed;
-    if (c->op == 0x00A) {
-        if (c->rotation != 0 || c->scale != kSame) return -3;
-    } else if (!Supported(c->op) || c->rotation > 5) {
+    if (c->op == Op(k420, kRGB555)) {
+        if (c->rotation != QV_ROTATE_NONE || c->scale != kSame) return -3;
+    } else if (!Supported(c->op) || c->rotation > QV_FLIP) {
         return -3;
     }
     if (c->scale == kSame) return 0;
-    if (c->rotation == 0 && c->interpolation == 1) {
+    if (c->rotation == QV_ROTATE_NONE && c->interpolation == QV_INTERP_FIXED_RATIO) {
         const int64_t sw = c->W, sh = c->H, dw = c->DW, dh = c->DH;
         if (dw == 2 * sw && dh == 2 * sh)
             c->scale = kDouble;
@@ -185,7 +205,7 @@ int32_t CreateContext(const QvCreateParams& p, Context* c, int64_t* contextBytes
     }
     // Four line buffers of 4M + 16 bytes (8M + 32 for the near-linear upscaler), M the wider size.
     const int64_t m = std::max(c->W, c->DW);
-    const int64_t lineBytes = (c->interpolation == 3 && c->scale == kUp) ? 8 * m + 32 : 4 * m + 16;
+    const int64_t lineBytes = (c->interpolation == QV_INTERP_NEAR_LINEAR && c->scale == kUp) ? 8 * m + 32 : 4 * m + 16;
     const int64_t blockBytes = 4 * lineBytes + 4;
     if (lineBytes < 0 || blockBytes > static_cast<int64_t>(PTRDIFF_MAX)) {
         *contextBytes = -1;
@@ -205,7 +225,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
     PackedRecord r{};
     int64_t stepX = 0, stepY = 0;
     switch (rotation) {
-        case 0:
+        case QV_ROTATE_NONE:
             stepX = 2 * B;
             stepY = 2 * s;
             r.d00 = 0;
@@ -213,7 +233,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
             r.d01 = s;
             r.d11 = s + B;
             break;
-        case 1:
+        case QV_ROTATE_90_CCW:
             stepX = -2 * s;
             stepY = 2 * B;
             r.d00 = (W - 1) * s;
@@ -221,7 +241,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
             r.d01 = r.d00 + B;
             r.d11 = r.d10 + B;
             break;
-        case 2:
+        case QV_ROTATE_90_CW:
             stepX = 2 * s;
             stepY = -2 * B;
             r.d00 = (H - 1) * B;
@@ -229,7 +249,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
             r.d01 = r.d00 - B;
             r.d11 = r.d10 - B;
             break;
-        case 3:
+        case QV_ROTATE_180:
             stepX = -2 * B;
             stepY = -2 * s;
             r.d00 = H * s - B;
@@ -237,7 +257,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
             r.d01 = r.d00 - s;
             r.d11 = r.d01 - B;
             break;
-        case 4:
+        case QV_MIRROR:
             stepX = -2 * B;
             stepY = 2 * s;
             r.d00 = (W - 1) * B;
@@ -245,7 +265,7 @@ PackedRecord Packed(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t 
             r.d01 = r.d00 + s;
             r.d11 = r.d01 - B;
             break;
-        default:
+        default:  // QV_FLIP
             stepX = 2 * B;
             stepY = -2 * s;
             r.d00 = (H - 1) * s;
@@ -270,32 +290,32 @@ struct PlanarRecord {
 PlanarRecord Planar(uint32_t rotation, int64_t w, int64_t h, int64_t s) {
     int64_t sx, sy, start;
     switch (rotation) {
-        case 0:
+        case QV_ROTATE_NONE:
             sx = 1;
             sy = s;
             start = 0;
             break;
-        case 1:
+        case QV_ROTATE_90_CCW:
             sx = -s;
             sy = 1;
             start = (w - 1) * s;
             break;
-        case 2:
+        case QV_ROTATE_90_CW:
             sx = s;
             sy = -1;
             start = h - 1;
             break;
-        case 3:
+        case QV_ROTATE_180:
             sx = -1;
             sy = -s;
             start = (h - 1) * s + w - 1;
             break;
-        case 4:
+        case QV_MIRROR:
             sx = -1;
             sy = s;
             start = w - 1;
             break;
-        default:
+        default:  // QV_FLIP
             sx = 1;
             sy = -s;
             start = (h - 1) * s;
@@ -339,34 +359,34 @@ const char* DeinterlaceReads(Extent src[3], uint32_t fmt, uint32_t mode, const C
     const uint32_t P = static_cast<uint32_t>(c.planeStride);
     const char* name = "";
     for (int i = 0; i < 3; ++i) {
-        const int64_t lines = fmt == 0 && i != 0 ? c.H >> 1 : c.H;
-        const int64_t width = i == 0 ? c.W : fmt == 2 ? c.W : c.W >> 1;
+        const int64_t lines = fmt == k420 && i != 0 ? c.H >> 1 : c.H;
+        const int64_t width = i == 0 ? c.W : fmt == k444 ? c.W : c.W >> 1;
         const uint32_t pitch = static_cast<uint32_t>(ss[i]);
         // Simple modes move min(|source pitch|, work pitch) bytes a line.
         const int64_t simpleBytes = std::min<int64_t>(std::abs(int64_t{ss[i]}), P);
-        const bool chroma422 = fmt == 1 && i != 0;
+        const bool chroma422 = fmt == k422 && i != 0;
         switch (mode) {
-            case 2:  // discard: the kept field's lines; 4:2:2 chroma runs to the last line
+            case QV_DEINTERLACE_DISCARD:  //: the kept field's lines; 4:2:2 chroma runs to the last line
                 name = "picture_deinterlace_discard";
-                if (fmt < 2) src[i].Rows(chroma422 ? lines : lines - 1, ss[i], simpleBytes);
+                if (fmt != k444) src[i].Rows(chroma422 ? lines : lines - 1, ss[i], simpleBytes);
                 break;
-            case 3:
+            case QV_DEINTERLACE_BOB:
                 name = "picture_deinterlace_bob";
-                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                if (fmt != k444) src[i].Rows(lines, ss[i], simpleBytes);
                 break;
-            case 4:
+            case QV_DEINTERLACE_BLEND:
                 name = "picture_deinterlace_blend";
-                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                if (fmt != k444) src[i].Rows(lines, ss[i], simpleBytes);
                 break;
-            case 5:
+            case QV_DEINTERLACE_MEAN:
                 name = "picture_deinterlace_mean";
-                if (fmt < 2) src[i].Rows(lines, ss[i], simpleBytes);
+                if (fmt != k444) src[i].Rows(lines, ss[i], simpleBytes);
                 break;
-            case 6:
+            case QV_DEINTERLACE_LINEAR:
                 name = "picture_deinterlace_linear";
                 src[i].Rows(lines, ss[i], simpleBytes);
                 break;
-            case 7: {
+            case QV_DEINTERLACE_X: {
                 // Luma is processed over the work pitch, chroma over the chroma width (bounded by
                 // both pitches).
                 name = "picture_deinterlace_x";
@@ -374,7 +394,7 @@ const char* DeinterlaceReads(Extent src[3], uint32_t fmt, uint32_t mode, const C
                 BlockModeReads(src[i], w, lines, ss[i]);
                 break;
             }
-            default:  // 1 and every unknown mode: the five-tap filter over the picture
+            default:  // QV_DEINTERLACE_FAST and every unknown mode: the five-tap filter over the picture
                 name = "picture_deinterlace_fast";
                 if (lines >= 2) src[i].Rows(lines, ss[i], width);
                 break;
@@ -453,11 +473,11 @@ int64_t Groups2(int64_t n) {
 const char* Route(Frame& f, bool adjustOn) {
     const Context& c = f.c;
     const int64_t W = c.W, H = c.H, DW = c.DW, DH = c.DH;
-    const bool rot = c.rotation != 0;
+    const bool rot = c.rotation != QV_ROTATE_NONE;
     const uint32_t scale = c.scale;
     const int32_t* ds = f.ds;
     switch (c.op) {
-        case 0x000:
+        case Op(k420, k420):
             if (!rot && scale == kSame) {
                 f.Whole420Source(false);
                 f.Straight420(W, H);
@@ -474,7 +494,7 @@ const char* Route(Frame& f, bool adjustOn) {
             }
             f.Placed420(DW, DH);
             return adjustOn ? "_QVYCbCr420RszRotAdjust" : "_QVYCbCr420RszRot";
-        case 0x003:
+        case Op(k420, kRGB565):
             if (rot) {
                 if (scale == kSame) {
                     f.Whole420Source(true);
@@ -503,8 +523,8 @@ const char* Route(Frame& f, bool adjustOn) {
                 case kDouble:
                     f.Whole420Source(false);
                     f.dst[0].Rows(DH, ds[0] & ~3, 2 * DW);
-                    if (c.interpolation == 0) return "_QVYCbCr420ToRGB565RszUp_Nearest";
-                    if (c.interpolation == 3) return "_QVYCbCr420ToRGB565RszUp_NearLinear";
+                    if (c.interpolation == QV_INTERP_NEAREST) return "_QVYCbCr420ToRGB565RszUp_Nearest";
+                    if (c.interpolation == QV_INTERP_NEAR_LINEAR) return "_QVYCbCr420ToRGB565RszUp_NearLinear";
                     return "_QVYCbCr420ToRGB565RszUp";
                 case kWide25:
                     // Every pass converts the row pair after its own: two luma rows and one
@@ -527,7 +547,7 @@ const char* Route(Frame& f, bool adjustOn) {
                     f.RowPairs(DH >> 1, 2 * static_cast<int64_t>(ds[0]), 2 * DW);
                     return "_QVYCbCr420ToRGB565Rsz";
             }
-        case 0x004:
+        case Op(k420, kRGB888):
             if (rot) {
                 f.Whole420Source(scale == kSame);
                 f.RotatedBlocks(3, ~0, scale == kSame ? W : DW, scale == kSame ? H : DH);
@@ -545,7 +565,7 @@ const char* Route(Frame& f, bool adjustOn) {
             }
             f.dst[0].Rows(DH, ds[0], 3 * DW);  // the full stride, not rounded
             return "_QVYCbCr420ToRGB888RszUp";
-        case 0x005: {
+        case Op(k420, kARGB32): {
             const int64_t pairAdvance = static_cast<int64_t>(ds[0] >> 1) * 4;
             if (rot) {
                 f.Whole420Source(scale == kSame);
@@ -578,7 +598,7 @@ const char* Route(Frame& f, bool adjustOn) {
                     return "_QVYCbCr420ToARGB32RszUp";
             }
         }
-        case 0x006: {
+        case Op(k420, kYUY2): {
             // Groups of 8 pixels; row pairs step (stride >> 1) x 4, chroma rows stride & ~3.
             const int64_t groups = W >> 3;
             if (f.readsCaller) {
@@ -591,7 +611,7 @@ const char* Route(Frame& f, bool adjustOn) {
             f.RowPairs(H >> 1, static_cast<int64_t>(ds[0] >> 1) * 4, 16 * groups);
             return "_QVYCbCr420ToYUY2";
         }
-        case 0x007: {
+        case Op(k420, kUYVY): {
             const int64_t groups = W >> 3;
             if (f.readsCaller) {
                 f.src[0].Rows(H, f.ss[0] & ~3, 8 * groups);
@@ -601,16 +621,16 @@ const char* Route(Frame& f, bool adjustOn) {
             f.dst[0].Rows(H, ds[0] & ~3, 16 * groups);
             return "_QVYCbCr420ToUYVY";
         }
-        case 0x008:
+        case Op(k420, kNV12):
             f.Whole420Source(false);
             f.dst[0].Rows(H, ds[0], W);
             f.dst[1].Rows(H >> 1, ds[1], 2 * (W >> 1));
             return "_QVYCbCr420ToNV12";
-        case 0x00A:
+        case Op(k420, kRGB555):
             f.Whole420Source(false);
             f.dst[0].Rows(H, ds[0], 2 * W);
             return "_QVYCbCr420ToRGB555";
-        case 0x103:
+        case Op(k422, kRGB565):
             // 4:2:2 ignores the rotation code; rows advance by the stride rounded down to even.
             if (f.readsCaller) {
                 f.src[0].Rows(H, f.ss[0], W);
@@ -623,33 +643,33 @@ const char* Route(Frame& f, bool adjustOn) {
             }
             f.dst[0].Rows(DH, ds[0] & ~1, 2 * DW);
             return "_QVYCbCr422ToRGB565Rsz";
-        case 0x203:
-        case 0x204:
-        case 0x205:
+        case Op(k444, kRGB565):
+        case Op(k444, kRGB888):
+        case Op(k444, kARGB32):
             if (f.readsCaller)
                 for (int i = 0; i < 3; ++i) f.src[i].Rows(H, f.ss[i], W);
-            if (c.op == 0x203) {
+            if (c.op == Op(k444, kRGB565)) {
                 f.Resampled(2, 2, 2, 2);
                 return "_QVYCbCr444ToRGB565RszRot";
             }
-            if (c.op == 0x204) {
+            if (c.op == Op(k444, kRGB888)) {
                 f.Resampled(3, 1, 1, 3);
                 return "_QVYCbCr444ToRGB888RszRot";
             }
             f.Resampled(4, 3, 4, 4);
             return "_QVYCbCr444ToARGB32RszRot";
-        case 0x300:
-        case 0x500:
-        case 0x900: {
-            if (c.op == 0x300) {
+        case Op(kRGB565, k420):
+        case Op(kARGB32, k420):
+        case Op(kABGR32, k420): {
+            if (c.op == Op(kRGB565, k420)) {
                 // 32-bit reads of pixel pairs; the lower row at the stride rounded down to 4.
                 f.src[0].Lattice(0, H >> 1, 2 * static_cast<int64_t>(f.ss[0]), 1, 0, 2 * W);
                 f.src[0].Lattice(f.ss[0] & ~3, H >> 1, 2 * static_cast<int64_t>(f.ss[0]), 1, 0, 2 * W);
             } else {
                 f.src[0].Rows(H, f.ss[0], 4 * W);
             }
-            const char* name = c.op == 0x300   ? "_QVRGB565ToYCbCr420"
-                               : c.op == 0x500 ? "_QVARGB32ToYCbCr420"
+            const char* name = c.op == Op(kRGB565, k420)   ? "_QVRGB565ToYCbCr420"
+                               : c.op == Op(kARGB32, k420) ? "_QVARGB32ToYCbCr420"
                                                : "_QVABGR32ToYCbCr420";
             if (!rot) {
                 f.Straight420(W, H);
@@ -658,24 +678,24 @@ const char* Route(Frame& f, bool adjustOn) {
             f.Placed420(W, H);  // from temporary planes of the source size through _QVYCbCr420Rot
             return name;
         }
-        case 0x303:
+        case Op(kRGB565, kRGB565):
             if (f.readsCaller) f.src[0].Rows(H, 2 * static_cast<int64_t>(f.ss[0] / 2), 2 * W);
             f.Resampled(2, 2, 2, 2);
             return "_QVRGB565RszRot";
-        case 0x305:
+        case Op(kRGB565, kARGB32):
             if (f.readsCaller) f.src[0].Rows(H, 2 * static_cast<int64_t>(f.ss[0] / 2), 4 * (W >> 1));
             f.dst[0].Rows(H, 4 * static_cast<int64_t>(ds[0] / 4), 8 * (W >> 1));
             return "_QVRGB565ToARGB32";
-        case 0x403:
-        case 0x404:
+        case Op(kRGB888, kRGB565):
+        case Op(kRGB888, kRGB888):
             if (f.readsCaller) f.src[0].Rows(H, f.ss[0], 3 * W);
-            if (c.op == 0x403) {
+            if (c.op == Op(kRGB888, kRGB565)) {
                 f.Resampled(2, 2, 2, 2);
                 return "_QVRGB888ToRGB565RszRot";
             }
             f.Resampled(3, 1, 1, 3);
             return "_QVRGB888RszRot";
-        case 0x800:
+        case Op(kNV12, k420):
             if (f.readsCaller) {
                 f.src[0].Rows(H, f.ss[0], W);
                 f.src[1].Rows(H >> 1, f.ss[1], 2 * (W >> 1));
@@ -687,11 +707,11 @@ const char* Route(Frame& f, bool adjustOn) {
     }
 }
 
-int PlaneCount(int32_t format, uint32_t onePlaneMask) {
-    if (format == 8) return 2;
-    if (format < 0 || format > 31) return 0;
-    if ((onePlaneMask >> format) & 1) return 1;
-    if ((0x7u >> format) & 1) return 3;
+// RGB555 exists only as a destination.
+int PlaneCount(int32_t format, bool source) {
+    if (format == k420 || format == k422 || format == k444) return 3;
+    if (format == kNV12) return 2;
+    if (format >= kRGB565 && format <= (source ? kABGR32 : kRGB555)) return 1;
     return 0;
 }
 
@@ -705,8 +725,8 @@ FrameRule FrameBuffers(const FrameArgs& args) {
 
     // Validation: every plane of each side's format with a non-zero stride.
     const int32_t srcFormat = c.op >> 8, dstFormat = c.op & 0xFF;
-    rule.srcPlanes = PlaneCount(srcFormat, 0x2F8);
-    rule.dstPlanes = PlaneCount(dstFormat, 0x6F8);
+    rule.srcPlanes = PlaneCount(srcFormat, true);
+    rule.dstPlanes = PlaneCount(dstFormat, false);
     for (int i = 0; i < rule.srcPlanes; ++i)
         if (args.srcStrides[i] == 0) rule.status = -1;
     for (int i = 0; i < rule.dstPlanes; ++i)
@@ -721,7 +741,7 @@ FrameRule FrameBuffers(const FrameArgs& args) {
     Frame f{c, args.srcStrides, args.dstStrides, true, false, {}, {}};
     const int32_t workStrides[3] = {static_cast<int32_t>(c.planeStride), static_cast<int32_t>(c.planeStride),
                                     static_cast<int32_t>(c.planeStride)};
-    const uint32_t mode = srcFormat < 3 ? args.deinterlaceMode : 0;
+    const uint32_t mode = srcFormat == k420 || srcFormat == k422 || srcFormat == k444 ? args.deinterlaceMode : 0;
     if (mode != 0) {
         rule.deinterlace = DeinterlaceReads(f.src, static_cast<uint32_t>(srcFormat), mode, c, args.srcStrides);
         f.ss = workStrides;  // the converters read the context's work planes from here on
@@ -746,16 +766,16 @@ FrameRule FrameBuffers(const FrameArgs& args) {
         spans();
         return rule;
     }
-    const bool rot = c.rotation != 0;
+    const bool rot = c.rotation != QV_ROTATE_NONE;
     if ((c.scale != kSame && !NeverScales(c.op)) || AlwaysResamples(c.op)) {
         if (c.W > kMaxResampledSize || c.H > kMaxResampledSize) return refuse("source too large for 16.16 positions");
     }
     if (rot && PlacesThroughRecord(c.op)) {
-        const int64_t B = dstFormat == 3 ? 2 : dstFormat == 4 ? 3 : 4;
+        const int64_t B = dstFormat == kRGB565 ? 2 : dstFormat == kRGB888 ? 3 : 4;
         if (B != 3 && args.dstStrides[0] % B != 0) return refuse("rotated stride is not whole pixels");
-        if (c.rotation == 3 && args.dstStrides[0] < B * c.DW) return refuse("half turn with a stride below a row");
+        if (c.rotation == QV_ROTATE_180 && args.dstStrides[0] < B * c.DW) return refuse("half turn with a stride below a row");
     }
-    if (rot && (c.op == 0x300 || c.op == 0x500 || c.op == 0x900)) {
+    if (rot && (c.op == Op(kRGB565, k420) || c.op == Op(kARGB32, k420) || c.op == Op(kABGR32, k420))) {
         rule.mayRunOutOfMemory = true;
         if (c.DW < c.W || c.DH < c.H) return refuse("rotated destination smaller than the source");
     }

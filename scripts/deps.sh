@@ -3,7 +3,8 @@
 #   scripts/deps.sh [extra-package ...]
 # A package named with an architecture (libhwy-dev:i386) adds that architecture to dpkg first.
 set -euo pipefail
-packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev "$@")
+packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbenchmark-dev libpng-dev libhwy-dev
+          libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -20,5 +21,7 @@ if [ ${#missing[@]} -gt 0 ]; then
   done
   # One index that fails to load must not stop the rest: the install below says what is missing.
   $SUDO apt-get update -qq || echo "apt-get update reported errors; installing from the lists it has" >&2
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  # A line a package (fetched, unpacked, set up) rather than a long silence.
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}" |
+    { grep --line-buffered -E '^(Get:|Unpacking|Setting up)' || true; }
 fi

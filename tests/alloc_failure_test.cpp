@@ -1,5 +1,5 @@
-// Every allocation of Create, Set and ProcessFrame failed in turn: the specified status, the
-// handle slot and the destination as specified, and no block left behind.
+// Every allocation of Create, Set and ProcessFrame failed in turn: out of memory with its message,
+// an empty handle slot, an untouched destination, and no block left behind.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -26,10 +26,12 @@ TEST_F(AllocationFailure, EveryCreateAllocationFailsCleanly) {
     const std::string ctxMsg = "Fail to allocate memory for image process parameter set!\n";
     const std::string lineMsg = "fail to alloc line buffer!\n";
     const std::string prmMsg = "fail to init rotation param! \n";
+    // Context, work planes (planar sources only), conversion tables, line buffers (scaling only),
+    // parameter record.
     const CreateCase cases[] = {
         {MakeParams(0x003, 64, 48, 64, 48), {ctxMsg, "", "", prmMsg}},
         {MakeParams(0x003, 64, 48, 128, 96, 0, 1), {ctxMsg, "", "", lineMsg, prmMsg}},
-        {MakeParams(0x300, 64, 48, 32, 24), {ctxMsg, "", "", lineMsg, prmMsg}},
+        {MakeParams(0x300, 64, 48, 32, 24), {ctxMsg, "", lineMsg, prmMsg}},
     };
     for (const CreateCase& c : cases) {
         const long liveBefore = qvtest::LiveBlocks();

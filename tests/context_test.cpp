@@ -27,6 +27,9 @@ struct CaseRow {
     uint32_t rotation, interpolation, expected;
 };
 
+void PrintTo(const CaseRow& r, std::ostream* os) {
+    *os << r.sw << "x" << r.sh << " to " << r.dw << "x" << r.dh << " rotation " << r.rotation << " interpolation " << r.interpolation;
+}
 class ScaleCaseTest : public testing::TestWithParam<CaseRow> {};
 
 TEST_P(ScaleCaseTest, ClassifiesSizes) {
@@ -60,10 +63,11 @@ TEST(ContextTest, MisalignedSizesAreRoundedWithOneMessage) {
     EXPECT_EQ(copy.scaleCase, 3u);
 }
 
+// What creation copies and sets; blocks only where the context needs them.
 TEST(ContextTest, FieldsAfterCreation) {
     Context c(MakeParams(0x005, 100, 60, 200, 120, 0, 2, 0x1234, 0xABCDEF));
     ASSERT_EQ(c.status, 0);
-    qv::QvImgPrcContext& x = *c.ctx;
+    const qv::QvImgPrcContext& x = *c.ctx;
     EXPECT_EQ(x.operation, 0x005);
     EXPECT_EQ(x.brightness, 128);
     EXPECT_EQ(x.contrast, 128);
@@ -72,31 +76,14 @@ TEST(ContextTest, FieldsAfterCreation) {
     EXPECT_EQ(x.adjustCurveBlock, nullptr);
     EXPECT_EQ(x.alpha, 0x1234u);
     EXPECT_EQ(x.colourValue, 0xABCDEFu);
-    EXPECT_EQ(x.planeStride, 112u);
-    EXPECT_EQ(x.planeHeight, 60u);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(x.plane[0]) % 16, 0u);
-    EXPECT_EQ(x.plane[1] - x.plane[0], 112 * 60);
-    EXPECT_EQ(x.plane[3] - x.plane[0], 3 * 112 * 60);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(x.yTable) % 4, 0u);
-    EXPECT_EQ(reinterpret_cast<uint8_t*>(x.cbTable) - reinterpret_cast<uint8_t*>(x.yTable), 512);
-    EXPECT_EQ(reinterpret_cast<uint8_t*>(x.crTable) - reinterpret_cast<uint8_t*>(x.yTable), 1536);
-    ASSERT_NE(x.lineBufferBlock, nullptr);
-    EXPECT_EQ(reinterpret_cast<uint8_t*>(x.lineBuffer[1]) - reinterpret_cast<uint8_t*>(x.lineBuffer[0]), 4 * 200 + 16);
-    EXPECT_EQ(x.paramSize, sizeof(qv::QvRotationParams));
-    EXPECT_NE(x.params, nullptr);
-}
-
-TEST(ContextTest, NearLinearUpscaleDoublesLineBuffers) {
-    Context c(MakeParams(0x003, 100, 60, 200, 120, 0, 3));
-    ASSERT_EQ(c.status, 0);
-    EXPECT_EQ(reinterpret_cast<uint8_t*>(c.ctx->lineBuffer[1]) - reinterpret_cast<uint8_t*>(c.ctx->lineBuffer[0]),
-              8 * 200 + 32);
-}
-
-TEST(ContextTest, SameSizeHasNoLineBuffers) {
-    Context c(MakeParams(0x003, 64, 64, 64, 64));
-    ASSERT_EQ(c.status, 0);
-    EXPECT_EQ(c.ctx->lineBufferBlock, nullptr);
+    EXPECT_NE(x.lineBufferBlock, nullptr);
+    // Same size: no line buffers. An RGB source is never deinterlaced: no work planes (an RGB565
+    // source of 1920 x 1080 would otherwise hold about 8 MB of them).
+    Context same(MakeParams(0x003, 64, 64, 64, 64)), rgb(MakeParams(0x303, 1920, 1080, 1920, 1080));
+    ASSERT_EQ(rgb.status, 0);
+    EXPECT_EQ(same.ctx->lineBufferBlock, nullptr);
+    EXPECT_NE(same.ctx->planeBlock, nullptr);
+    EXPECT_EQ(rgb.ctx->planeBlock, nullptr);
 }
 
 struct RefusalRow {
@@ -106,6 +93,7 @@ struct RefusalRow {
     const char* message;
 };
 
+void PrintTo(const RefusalRow& r, std::ostream* os) { *os << "operation 0x" << std::hex << r.operation << " rotation " << r.rotation; }
 class RefusalTest : public testing::TestWithParam<RefusalRow> {};
 
 TEST_P(RefusalTest, PrintsItsMessageAndLeavesTheSlotEmpty) {
@@ -176,84 +164,6 @@ TEST(TransTableTest, SaturationZeroClearsChromaAndBrightnessShiftsLuma) {
     EXPECT_EQ(y[255], 0);
     qv::set_transtable(y, cb, cr, 1000, 1000, 128);
     EXPECT_EQ(y[255], 65535);  // (239 x 255/128 + 255) x 149 clamps at the top
-}
-
-// Destination position of source (x, y) for each rotation code, as the rotation table states.
-struct Pos {
-    int64_t row, col;
-};
-Pos Place(uint32_t rotation, int64_t x, int64_t y, int64_t W, int64_t H) {
-    switch (rotation) {
-        case 0: return {y, x};
-        case 1: return {W - 1 - x, y};
-        case 2: return {x, H - 1 - y};
-        case 3: return {H - 1 - y, W - 1 - x};
-        case 4: return {y, W - 1 - x};
-        default: return {H - 1 - y, x};
-    }
-}
-
-class RotationInitTest : public testing::TestWithParam<std::tuple<uint32_t, int32_t>> {};
-
-TEST_P(RotationInitTest, PackedAndPlanarRecordsPlaceSourcePixels) {
-    const auto [rotation, bytesPerPixel] = GetParam();
-    const int32_t dst = bytesPerPixel == 2 ? 3 : bytesPerPixel == 3 ? 4 : 5;
-    const int32_t W = 12, H = 8;
-    Context c(MakeParams(dst, W, H, W, H, rotation));
-    ASSERT_EQ(c.status, 0);
-    // A rotated quarter turn has W rows of H pixels; the stride is exactly the row for all codes
-    // (the half turn is placed from the stride).
-    const bool quarter = rotation == 1 || rotation == 2;
-    const int32_t rowPixels = quarter ? H : W;
-    const int32_t stride = rowPixels * bytesPerPixel;
-    std::vector<uint8_t> buffer(static_cast<size_t>(stride) * (quarter ? W : H));
-    uint8_t* const planes[3] = {buffer.data(), nullptr, nullptr};
-    const int32_t strides[3] = {stride, 0, 0};
-    ASSERT_EQ(qv::_QV_RotationInit(c.ctx, planes, W, H, strides), 0);
-    const qv::QvRotationParams& p = *c.ctx->params;
-    auto expect = [&](uint8_t* got, int64_t x, int64_t y) {
-        const Pos pos = Place(rotation, x, y, W, H);
-        EXPECT_EQ(got - buffer.data(), pos.row * stride + pos.col * bytesPerPixel) << "x=" << x << " y=" << y;
-    };
-    expect(p.dst00, 0, 0);
-    expect(p.dst10, 1, 0);
-    expect(p.dst01, 0, 1);
-    expect(p.dst11, 1, 1);
-    expect(p.dst00 + p.stepX, 2, 0);
-    expect(p.dst00 + p.stepY, 0, 2);
-
-    // Planar 4:2:0: per-sample steps for each plane.
-    Context planar(MakeParams(0x000, W, H, W, H, rotation));
-    ASSERT_EQ(planar.status, 0);
-    const int32_t sY = 40, sC = 24;
-    std::vector<uint8_t> py(static_cast<size_t>(sY) * 16), pc(static_cast<size_t>(sC) * 8), pr(static_cast<size_t>(sC) * 8);
-    uint8_t* const pp[3] = {py.data(), pc.data(), pr.data()};
-    const int32_t ps[3] = {sY, sC, sC};
-    ASSERT_EQ(qv::_QV_RotationInit(planar.ctx, pp, W, H, ps), 0);
-    const qv::QvRotationParams& q = *planar.ctx->params;
-    for (int64_t y = 0; y < H; ++y)
-        for (int64_t x = 0; x < W; ++x) {
-            const Pos pos = Place(rotation, x, y, W, H);
-            EXPECT_EQ(q.startY + x * q.stepX + y * q.stepY - py.data(), pos.row * sY + pos.col);
-        }
-    for (int64_t y = 0; y < H / 2; ++y)
-        for (int64_t x = 0; x < W / 2; ++x) {
-            const Pos pos = Place(rotation, x, y, W / 2, H / 2);
-            EXPECT_EQ(q.startCb + x * q.stepXCb + y * q.stepYCb - pc.data(), pos.row * sC + pos.col);
-            EXPECT_EQ(q.startCr + x * q.stepXCr + y * q.stepYCr - pr.data(), pos.row * sC + pos.col);
-        }
-}
-
-INSTANTIATE_TEST_SUITE_P(AllCodes, RotationInitTest,
-                         testing::Combine(testing::Range(0u, 6u), testing::Values(2, 3, 4)));
-
-TEST(RotationInitTest, HalfTurnIsPlacedFromTheStride) {
-    Context c(MakeParams(0x003, 8, 4, 8, 4, 3));
-    std::vector<uint8_t> buffer(40 * 4);
-    uint8_t* const planes[3] = {buffer.data(), nullptr, nullptr};
-    const int32_t strides[3] = {40, 0, 0};
-    ASSERT_EQ(qv::_QV_RotationInit(c.ctx, planes, 8, 4, strides), 0);
-    EXPECT_EQ(c.ctx->params->dst00 - buffer.data(), 4 * 40 - 2);
 }
 
 TEST(RotationInitTest, RefusesFormatsWithoutAPlacement) {

@@ -37,6 +37,9 @@ struct Picture {
 struct CopyRow {
     int32_t W, H, sy, sc, dsy, dsc;
 };
+void PrintTo(const CopyRow& r, std::ostream* os) {
+    *os << r.W << "x" << r.H << " strides " << r.sy << "/" << r.sc << " to " << r.dsy << "/" << r.dsc;
+}
 class CopyTest : public testing::TestWithParam<CopyRow> {};
 
 TEST_P(CopyTest, CopiesEveryPlaneAndNothingElse) {

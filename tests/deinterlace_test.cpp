@@ -162,6 +162,9 @@ struct Geometry {
     uint32_t width, height, srcExtra, dstPitch;
 };
 
+void PrintTo(const Geometry& g, std::ostream* os) {
+    *os << g.width << "x" << g.height << " source pitch +" << g.srcExtra << " output pitch " << g.dstPitch;
+}
 class DeintModes : public ::testing::TestWithParam<std::tuple<uint32_t, uint32_t, Geometry>> {};
 
 TEST_P(DeintModes, MatchesReference) {

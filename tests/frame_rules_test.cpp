@@ -84,71 +84,24 @@ const RouteCase kCases[] = {
 
 // Every converter the dispatcher can reach.
 const std::set<std::string> kRoutes = {
-    "_QVYCbCr420Copy",
-    "_QVYCbCrAdjust",
-    "_QVYCbCr420Rsz",
-    "_QVYCbCr420RszAdjust",
-    "_QVYCbCr420Rot",
-    "_QVYCbCr420RotAdjust",
-    "_QVYCbCr420RszRot",
-    "_QVYCbCr420RszRotAdjust",
-    "_QVYCbCr420ToRGB565",
-    "_QVYCbCr420ToRGB565Rot",
-    "_QVYCbCr420ToRGB565Rsz",
-    "_QVYCbCr420ToRGB565RszRot",
-    "_QVYCbCr420ToRGB565RszUp",
-    "_QVYCbCr420ToRGB565RszUpRot",
-    "_QVYCbCr420ToRGB565RszUp_Nearest",
-    "_QVYCbCr420ToRGB565RszUp_NearLinear",
-    "_QVYCbCr420ToRGB565Case1",
-    "_QVYCbCr420ToRGB565Case2",
-    "_QVYCbCr420ToRGB565Case3",
-    "_QVYCbCr420ToRGB888",
-    "_QVYCbCr420ToRGB888Rot",
-    "_QVYCbCr420ToRGB888Rsz",
-    "_QVYCbCr420ToRGB888RszRot",
-    "_QVYCbCr420ToRGB888RszUp",
-    "_QVYCbCr420ToARGB32",
-    "_QVYCbCr420ToARGB32Rot",
-    "_QVYCbCr420ToARGB32Rsz",
-    "_QVYCbCr420ToARGB32RszRot",
-    "_QVYCbCr420ToARGB32RszUp",
-    "_QVYCbCr420ToARGB32Case1",
-    "_QVYCbCr420ToARGB32Case2",
-    "_QVYCbCr420ToYUY2",
-    "_QVYCbCr420ToUYVY",
-    "_QVYCbCr420ToNV12",
-    "_QVYCbCr420ToRGB555",
-    "_QVYCbCr422ToRGB565",
-    "_QVYCbCr422ToRGB565Rsz",
-    "_QVYCbCr444ToRGB565RszRot",
-    "_QVYCbCr444ToRGB888RszRot",
-    "_QVYCbCr444ToARGB32RszRot",
-    "_QVRGB565ToYCbCr420",
-    "_QVARGB32ToYCbCr420",
-    "_QVABGR32ToYCbCr420",
-    "_QVRGB565RszRot",
-    "_QVRGB565ToARGB32",
-    "_QVRGB888ToRGB565RszRot",
-    "_QVRGB888RszRot",
-    "_QVNV12ToYCbCr420",
+    "_QVYCbCr420Copy", "_QVYCbCrAdjust", "_QVYCbCr420Rsz", "_QVYCbCr420RszAdjust", "_QVYCbCr420Rot",
+    "_QVYCbCr420RotAdjust", "_QVYCbCr420RszRot", "_QVYCbCr420RszRotAdjust", "_QVYCbCr420ToRGB565",
+    "_QVYCbCr420ToRGB565Rot", "_QVYCbCr420ToRGB565Rsz", "_QVYCbCr420ToRGB565RszRot", "_QVYCbCr420ToRGB565RszUp",
+    "_QVYCbCr420ToRGB565RszUpRot", "_QVYCbCr420ToRGB565RszUp_Nearest", "_QVYCbCr420ToRGB565RszUp_NearLinear",
+    "_QVYCbCr420ToRGB565Case1", "_QVYCbCr420ToRGB565Case2", "_QVYCbCr420ToRGB565Case3", "_QVYCbCr420ToRGB888",
+    "_QVYCbCr420ToRGB888Rot", "_QVYCbCr420ToRGB888Rsz", "_QVYCbCr420ToRGB888RszRot", "_QVYCbCr420ToRGB888RszUp",
+    "_QVYCbCr420ToARGB32", "_QVYCbCr420ToARGB32Rot", "_QVYCbCr420ToARGB32Rsz", "_QVYCbCr420ToARGB32RszRot",
+    "_QVYCbCr420ToARGB32RszUp", "_QVYCbCr420ToARGB32Case1", "_QVYCbCr420ToARGB32Case2", "_QVYCbCr420ToYUY2",
+    "_QVYCbCr420ToUYVY", "_QVYCbCr420ToNV12", "_QVYCbCr420ToRGB555", "_QVYCbCr422ToRGB565", "_QVYCbCr422ToRGB565Rsz",
+    "_QVYCbCr444ToRGB565RszRot", "_QVYCbCr444ToRGB888RszRot", "_QVYCbCr444ToARGB32RszRot", "_QVRGB565ToYCbCr420",
+    "_QVARGB32ToYCbCr420", "_QVABGR32ToYCbCr420", "_QVRGB565RszRot", "_QVRGB565ToARGB32", "_QVRGB888ToRGB565RszRot",
+    "_QVRGB888RszRot", "_QVNV12ToYCbCr420",
 };
 
-int32_t Bpp(int32_t format) {  // bytes a pixel of a packed format; 1 for planes of bytes
-    switch (format) {
-        case 3:
-        case 6:
-        case 7:
-        case 10:
-            return 2;
-        case 4:
-            return 3;
-        case 5:
-        case 9:
-            return 4;
-        default:
-            return 1;
-    }
+// Bytes a pixel of a packed format (RGB565, YUY2, UYVY, RGB555: 2; RGB888: 3; ARGB32, ABGR32: 4);
+// 1 for planes of bytes.
+int32_t Bpp(int32_t format) {
+    return format == 4 ? 3 : format == 5 || format == 9 ? 4 : format == 3 || format == 6 || format == 7 || format == 10 ? 2 : 1;
 }
 
 // Rows and bytes a row of plane i of a picture w x h in `format`.

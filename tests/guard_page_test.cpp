@@ -73,6 +73,7 @@ struct Route {
     uint32_t interpolation = 2;
     bool adjust = false;
 };
+void PrintTo(const Route& r, std::ostream* os) { *os << r.name; }
 
 const Route kRoutes[] = {
     {"yuv_copy", 0x000, Size::kSame}, {"yuv_adjusted", 0x000, Size::kSame, 2, true}, {"yuv_down", 0x000, Size::kDown},

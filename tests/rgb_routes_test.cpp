@@ -210,6 +210,11 @@ std::vector<Case> AllCases() {
     return v;
 }
 
+std::string Name(const Case& k) {
+    return std::string(k.rt->name) + "_code" + std::to_string(k.code) + "_" + std::to_string(k.sz.W) + "x" +
+           std::to_string(k.sz.H) + "to" + std::to_string(k.sz.DW) + "x" + std::to_string(k.sz.DH);
+}
+void PrintTo(const Case& k, std::ostream* os) { *os << Name(k); }
 class Routes : public ::testing::TestWithParam<Case> {};
 
 TEST_P(Routes, MatchTheModelInsideGuards) {
@@ -261,11 +266,7 @@ TEST_P(Routes, MatchTheModelInsideGuards) {
     EXPECT_TRUE(s.LinesIntact());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Routes, ::testing::ValuesIn(AllCases()), [](const auto& info) {
-    const Case& k = info.param;
-    return std::string(k.rt->name) + "_code" + std::to_string(k.code) + "_" + std::to_string(k.sz.W) + "x" +
-           std::to_string(k.sz.H) + "to" + std::to_string(k.sz.DW) + "x" + std::to_string(k.sz.DH);
-});
+INSTANTIATE_TEST_SUITE_P(All, Routes, ::testing::ValuesIn(AllCases()), [](const auto& info) { return Name(info.param); });
 
 // Equal sizes give steps of exactly 1 and weights of 0: the scalers draw the direct picture.
 TEST(RouteIdentities, EqualSizesThroughTheScalersGiveTheDirectPicture) {

@@ -59,6 +59,9 @@ struct Case {
     uint32_t code;
     bool adjust;
 };
+void PrintTo(const Case& p, std::ostream* os) {
+    *os << p.w << "x" << p.h << " to " << p.dw << "x" << p.dh << " rotation " << p.code << (p.adjust ? " adjusted" : "");
+}
 class Yuv420Test : public testing::TestWithParam<Case> {};
 
 // Rot (equal sizes), Rsz (code 0) and RszRot, and their adjusting twins, through the dispatcher.

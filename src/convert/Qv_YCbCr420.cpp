@@ -2,8 +2,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/kernel_table.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
 namespace {
@@ -14,12 +16,6 @@ void CopyRows(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstSt
 }
 
 uintptr_t Address(const void* p) { return reinterpret_cast<uintptr_t>(p); }
-
-// Packs four pixel pairs of the 8-pixel group at column 8g into 32-bit words: `Word(y0, cb, y1, cr)`.
-template <class Word>
-inline void PackGroup(uint8_t* dst, const uint8_t* luma, const uint8_t* cb, const uint8_t* cr, Word word) {
-    for (int p = 0; p < 4; ++p) Store32(dst + 4 * p, word(luma[2 * p], cb[p], luma[2 * p + 1], cr[p]));
-}
 
 }  // namespace
 
@@ -59,21 +55,9 @@ int32_t MoveNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, S
     if (H < 2) return kOk;
     for (int32_t r = 0; r < (H >> 1); ++r) {
         if constexpr (kToNV12) {
-            const uint8_t* cb = Row(sp[1], r, ss[1]);
-            const uint8_t* cr = Row(sp[2], r, ss[2]);
-            uint8_t* q = Row(dp[1], r, ds[1]);
-            for (int32_t i = 0; i < (W >> 1); ++i) {
-                q[2 * i] = cb[i];
-                q[2 * i + 1] = cr[i];
-            }
+            Kernels().interleaveUV(Row(sp[1], r, ss[1]), Row(sp[2], r, ss[2]), Row(dp[1], r, ds[1]), W >> 1);
         } else {
-            const uint8_t* q = Row(sp[1], r, ss[1]);
-            uint8_t* cb = Row(dp[1], r, ds[1]);
-            uint8_t* cr = Row(dp[2], r, ds[2]);
-            for (int32_t i = 0; i < (W >> 1); ++i) {
-                cb[i] = q[2 * i];
-                cr[i] = q[2 * i + 1];
-            }
+            Kernels().splitUV(Row(sp[1], r, ss[1]), Row(dp[1], r, ds[1]), Row(dp[2], r, ds[2]), W >> 1);
         }
     }
     return kOk;
@@ -88,46 +72,49 @@ int32_t _QVNV12ToYCbCr420(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPla
 }
 
 int32_t _QVYCbCr420ToYUY2(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
-    auto yuy2 = [](uint32_t y0, uint32_t cb, uint32_t y1, uint32_t cr) { return y0 | cb << 8 | y1 << 16 | cr << 24; };
+    const PackKernel pack = Kernels().packYUY2;
+    const int32_t pairs = (W >> 3) * 4;  // whole groups of 8 pixels
     const uint8_t* luma = sp[0];
     const uint8_t* cb = sp[1];
     const uint8_t* cr = sp[2];
     uint8_t* dst = d0;
-    // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3: strides that are not
-    // multiples of 4 drift, as they always have on this path. Only whole groups of 8 pixels are
-    // written; the last W mod 8 pixels of a row are left as they were.
+    // Row pairs advance by (stride >> 1) x 4 and chroma rows by stride & ~3 (the route's row
+    // geometry): strides that are not multiples of 4 drift, as they always have on this path.
+    // Only whole groups of 8 pixels are written; the last W mod 8 pixels of a row are left as they
+    // were.
+    constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kYUY2)).rows;
     const int32_t lumaStride = ss[0];  // a local: a store through dst could otherwise change ss[0]
     for (int32_t pair = 0; pair < (H >> 1); ++pair) {
         const uint8_t* lumaBelow = luma + lumaStride;
         uint8_t* dstBelow = dst + s0;
-        for (int32_t g = 0; g < (W >> 3); ++g) {
-            PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
-            PackGroup(dstBelow + 16 * g, lumaBelow + 8 * g, cb + 4 * g, cr + 4 * g, yuy2);
-        }
-        luma += static_cast<ptrdiff_t>(lumaStride >> 1) * 4;
-        dst += static_cast<ptrdiff_t>(s0 >> 1) * 4;
-        cb += ss[1] & ~3;
-        cr += ss[2] & ~3;
+        pack(luma, cb, cr, dst, pairs);
+        pack(lumaBelow, cb, cr, dstBelow, pairs);
+        luma += kRows.PairStep(lumaStride);
+        dst += kRows.PairStep(s0);
+        cb += kRows.RowStep(ss[1]);
+        cr += kRows.RowStep(ss[2]);
     }
     return kOk;
 }
 
 int32_t _QVYCbCr420ToUYVY(uint8_t* d0, int32_t s0, SrcPlanes sp, Strides ss, int32_t W, int32_t H) {
-    auto uyvy = [](uint32_t y0, uint32_t cb, uint32_t y1, uint32_t cr) { return cb | y0 << 8 | cr << 16 | y1 << 24; };
+    const PackKernel pack = Kernels().packUYVY;
+    const int32_t pairs = (W >> 3) * 4;  // whole groups of 8 pixels
     const uint8_t* luma = sp[0];
     const uint8_t* cb = sp[1];
     const uint8_t* cr = sp[2];
     uint8_t* dst = d0;
     // The row counter, not the row index, decides when chroma advances: for an odd height row 0
     // has a chroma row to itself. Every stride is rounded down to a multiple of 4.
+    constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kUYVY)).rows;
     for (int32_t r = H; r >= 1; --r) {
-        for (int32_t g = 0; g < (W >> 3); ++g) PackGroup(dst + 16 * g, luma + 8 * g, cb + 4 * g, cr + 4 * g, uyvy);
+        pack(luma, cb, cr, dst, pairs);
         if (r & 1) {
-            cb += ss[1] & ~3;
-            cr += ss[2] & ~3;
+            cb += kRows.RowStep(ss[1]);
+            cr += kRows.RowStep(ss[2]);
         }
-        luma += ss[0] & ~3;
-        dst += s0 & ~3;
+        luma += kRows.RowStep(ss[0]);
+        dst += kRows.RowStep(s0);
     }
     return kOk;
 }

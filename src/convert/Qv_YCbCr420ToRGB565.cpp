@@ -8,14 +8,14 @@ using rgb::RGB565Format;
 
 int32_t _QVYCbCr420ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                             int32_t H, uint8_t* d0, int32_t s0) {
-    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, RGB565Format{}, sp, ss, W, H, rgb::StraightRows<RGB565Format>{d0, s0});
+    rgb::ConvertPicture(ctx, RGB565Format{}, sp, ss, W, H, rgb::StraightRows<RGB565Format>{d0, s0});
     return kOk;
 }
 
 int32_t _QVYCbCr420ToRGB565Rot(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W,
                                int32_t H) {
     if (ctx->params == nullptr) return kInvalidArg;
-    rgb::ConvertPicture<rgb::kCrStepsByCbStride>(ctx, RGB565Format{}, sp, ss, W, H, rgb::RotatedRows<RGB565Format>{*ctx->params, {}, {}});
+    rgb::ConvertPicture(ctx, RGB565Format{}, sp, ss, W, H, rgb::RotatedRows<RGB565Format>{*ctx->params, {}, {}});
     return kOk;
 }
 
@@ -36,7 +36,7 @@ int32_t _QVYCbCr420ToRGB565RszUp(const QvImgPrcContext* ctx, const LineBuffers* 
                                  SrcPlanes sp, Strides ss, int32_t W, int32_t H, uint8_t* d0,
                                  int32_t s0, int32_t DW, int32_t DH) {
     const int32_t xstep = ScaleStep(W, DW);
-    const int32_t rowStride = s0 & ~3;  // destination rows sit at multiples of 4 bytes
+    const int32_t rowStride = RGB565Format::kRows.RowStep(s0);
     return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
         HLerp(line, d0, xstep, DW);
         d0 += rowStride;
@@ -51,7 +51,7 @@ int32_t _QVYCbCr420ToRGB565RszUpRot(const QvImgPrcContext* ctx, const LineBuffer
                                     int32_t DW, int32_t DH) {
     const int32_t xstep = ScaleStep(W, DW);
     const int32_t pitchPixels = columnPitch >> 1;
-    const int32_t advance = rowAdvance & ~1;  // only the lowest bit of the advance is cleared
+    const int32_t advance = rowAdvance & RGB565Format::kRows.rotatedStepMask;  // its lowest bit cleared
     return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
         HLerpRot(line, dstStart, xstep, DW, pitchPixels);
         dstStart += advance;
@@ -77,7 +77,7 @@ int32_t _QVYCbCr420ToRGB565Case1(const QvImgPrcContext* ctx, const LineBuffers* 
                                  SrcPlanes sp, Strides ss, int32_t W, uint8_t* d0, int32_t s0,
                                  int32_t DH) {
     return rgb::UpscaleTwiceVertically<rgb::BelowPicture::kRead>(
-        ctx, lines, sp, ss, W, d0, s0, DH,
+        ctx, lines, sp, ss, W, d0, RGB565Format::kRows.RowStep(s0), DH,
         [W](const uint32_t* line, uint8_t* row) { HLerp_25(line, row, W); });
 }
 
@@ -85,7 +85,7 @@ int32_t _QVYCbCr420ToRGB565Case1(const QvImgPrcContext* ctx, const LineBuffers* 
 int32_t _QVYCbCr420ToRGB565Case2(const QvImgPrcContext* ctx, const LineBuffers* lines,
                                  SrcPlanes sp, Strides ss, int32_t W, int32_t H, uint8_t* d0,
                                  int32_t s0, int32_t DH) {
-    const int32_t rowStride = s0 & ~3;  // destination rows sit at multiples of 4 bytes
+    const int32_t rowStride = RGB565Format::kRows.RowStep(s0);
     return rgb::UpscaleThroughLineCache(ctx, lines, sp, ss, W, H, DH, [&](const uint32_t* line) {
         HLerp_23(line, d0, W);
         d0 += rowStride;

@@ -6,13 +6,17 @@
 #include "core/kernel_table.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
+namespace {
+constexpr RowGeometry kRows = RouteOf(Op(kYCbCr422, kRGB565)).rows;
+}  // namespace
 
 int32_t _QVYCbCr422ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                             uint8_t* d0, int32_t s0) {
     // Destination rows advance by whole pixels: the byte stride rounded down to an even number.
-    const int32_t rowBytes = s0 & ~1;
+    const int32_t rowBytes = kRows.RowStep(s0);
     // Whole pixel pairs only; the library's widths are multiples of 4.
     const int32_t width = W & ~1;
     if (width < 2) return kOk;
@@ -26,7 +30,7 @@ int32_t _QVYCbCr422ToRGB565(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss
 int32_t _QVYCbCr422ToRGB565Rsz(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_t W, int32_t H,
                                uint8_t* d0, int32_t s0, int32_t DW, int32_t DH) {
     if (W < 1 || H < 1 || DW < 2 || DH < 2) return kOk;
-    const int32_t rowBytes = s0 & ~1;
+    const int32_t rowBytes = kRows.RowStep(s0);
     // Luma is bilinear; each pixel takes the chroma column under its own position (x >> 1),
     // interpolated between its two rows only, so two neighbours over one chroma column share it
     // even when their luma differs: a chroma sample per pixel, converted as 4:4:4.

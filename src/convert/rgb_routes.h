@@ -19,38 +19,31 @@
 #include "core/kernels.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv::rgb {
 
 // ---- pixel formats --------------------------------------------------------------------------
 
+// Each format's steps are its route's row geometry (core/routes.h).
 struct RGB565Format {
-    static constexpr int32_t kBytes = 2;
-    // Row pairs advance by exactly two destination strides.
-    static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
-    // Rotated steps lose their lowest bit (a 16-bit pixel never starts at an odd offset).
-    static constexpr int32_t kRotatedStepMask = ~1;
+    static constexpr int32_t kBytes = FormatOf(kRGB565).pixelBytes;
+    static constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kRGB565)).rows;
     static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB565; }
     uint32_t Arg() const { return 0; }
 };
 
 struct ARGB32Format {
     uint8_t alpha;
-    static constexpr int32_t kBytes = 4;
-    // The row pair advances by (stride >> 1) x 4 bytes, two bytes short of two odd strides,
-    // while the lower row of the pair still sits one full stride below the upper.
-    static int32_t RowPairAdvance(int32_t stride) { return (stride >> 1) * 4; }
-    // Rotated steps are rounded down to a multiple of 4 bytes.
-    static constexpr int32_t kRotatedStepMask = ~3;
+    static constexpr int32_t kBytes = FormatOf(kARGB32).pixelBytes;
+    static constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kARGB32)).rows;
     static RowPairKernel Kernel(const KernelTable& k) { return k.pairToARGB32; }
     uint32_t Arg() const { return alpha; }
 };
 
 struct RGB888Format {
-    static constexpr int32_t kBytes = 3;
-    // Strides and steps are used as they are: a 3-byte pixel has no alignment to keep.
-    static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
-    static constexpr int32_t kRotatedStepMask = ~0;
+    static constexpr int32_t kBytes = FormatOf(kRGB888).pixelBytes;
+    static constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kRGB888)).rows;
     static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB888; }
     uint32_t Arg() const { return 0; }
 };
@@ -58,15 +51,11 @@ struct RGB888Format {
 // Masked RGB555 with a colour key, never rotated or scaled.
 struct RGB555Format {
     uint32_t key;
-    static constexpr int32_t kBytes = 2;
-    static int32_t RowPairAdvance(int32_t stride) { return 2 * stride; }
+    static constexpr int32_t kBytes = FormatOf(kRGB555).pixelBytes;
+    static constexpr RowGeometry kRows = RouteOf(Op(kYCbCr420, kRGB555)).rows;
     static RowPairKernel Kernel(const KernelTable& k) { return k.pairToRGB555; }
     uint32_t Arg() const { return key; }
 };
-
-// The same-size and rotated routines take one chroma stride: the Cr row advances by the Cb
-// stride, as their callers always pass equal chroma strides.
-constexpr bool kCrStepsByCbStride = true;
 
 // ---- the row-pair driver --------------------------------------------------------------------
 
@@ -93,24 +82,58 @@ struct PictureRows {
 };
 
 // Scaled: the samples of destination row pair k (bilinear luma, nearest chroma) in scratch rows.
+// Luma is computed separably, as the 4:2:0 scaler does: the vertical taps of the source columns
+// under the chunk, then the horizontal taps (both kernels of the table). Steps above 4 source
+// columns per destination column, very wide pictures and odd destination widths take the
+// per-block walk.
 struct ScaledRows {
     static constexpr bool kBuffered = true;
+    static constexpr int32_t kSpan = 4 * kChunk + 2;
     const uint8_t* const* sp;
     const int32_t* ss;
     int32_t W, H, xstep, ystep;
+    bool separable;
+    VerticalTapKernel vertical;
+    HorizontalTapKernel horizontal;
     uint8_t y0[kChunk], y1[kChunk], cb[kChunk / 2], cr[kChunk / 2];
+    int16_t va[kSpan + 1] = {}, vb[kSpan + 1] = {};  // one past the span: read, never weighted
     ScaledRows(const uint8_t* const* p, const int32_t* s, int32_t w, int32_t h, int32_t dw, int32_t dh)
-        : sp(p), ss(s), W(w), H(h), xstep(ScaleStep(w, dw)), ystep(ScaleStep(h, dh)) {}
+        : sp(p),
+          ss(s),
+          W(w),
+          H(h),
+          xstep(ScaleStep(w, dw)),
+          ystep(ScaleStep(h, dh)),
+          separable(xstep <= (4 << 16) && w < (1 << 14) && dw < (1 << 14) && (dw & 1) == 0),
+          vertical(Kernels().verticalTaps),
+          horizontal(Kernels().horizontalTaps) {}
     RowPairIn At(int32_t k, int32_t x0, int32_t n) {
         const ScaledRowPair rows = ScaledRowPairAt(sp, ss, H, ystep, k);
+        if (!separable) {
+            for (int32_t i = 0; i < n; i += 2) {
+                const Block b = ScaledBlockAt(rows, W, xstep, (x0 + i) >> 1);
+                y0[i] = b.y00;
+                y0[i + 1] = b.y01;
+                y1[i] = b.y10;
+                y1[i + 1] = b.y11;
+                cb[i >> 1] = b.cb;
+                cr[i >> 1] = b.cr;
+            }
+            return {y0, y1, cb, cr};
+        }
+        const int32_t first = PosIndex(ScalePosition(x0, xstep));
+        const int32_t lastTap = PosIndex(ScalePosition(x0 + n - 1, xstep)) + 1;
+        const int32_t span = (lastTap < W ? lastTap : W - 1) - first + 1;
+        vertical(rows.a0 + first, rows.a1 + first, rows.fyA, va, span);
+        vertical(rows.b0 + first, rows.b1 + first, rows.fyB, vb, span);
+        horizontal(va, y0, n, x0, xstep, first, W - 1);
+        horizontal(vb, y1, n, x0, xstep, first, W - 1);
         for (int32_t i = 0; i < n; i += 2) {
-            const Block b = ScaledBlockAt(rows, W, xstep, (x0 + i) >> 1);
-            y0[i] = b.y00;
-            y0[i + 1] = b.y01;
-            y1[i] = b.y10;
-            y1[i + 1] = b.y11;
-            cb[i >> 1] = b.cb;
-            cr[i >> 1] = b.cr;
+            const int32_t c = x0 + i;
+            const int32_t col =
+                (PosIndex(ScalePosition(c, xstep)) + PosIndex(ScalePosition(c + 1, xstep)) + 1) >> 2;
+            cb[i >> 1] = rows.cb[col];
+            cr[i >> 1] = rows.cr[col];
         }
         return {y0, y1, cb, cr};
     }
@@ -124,7 +147,7 @@ struct StraightRows {
     uint8_t* dst;
     int32_t stride;
     RowPairOut At(int32_t k, int32_t x0) const {
-        uint8_t* upper = Row(dst, k, Format::RowPairAdvance(stride)) + static_cast<ptrdiff_t>(x0) * Format::kBytes;
+        uint8_t* upper = dst + k * Format::kRows.PairStep(stride) + static_cast<ptrdiff_t>(x0) * Format::kBytes;
         return {upper, upper + stride};
     }
     void Place(int32_t, int32_t, int32_t) const {}
@@ -140,8 +163,8 @@ struct RotatedRows {
     RowPairOut At(int32_t, int32_t) { return {upper, lower}; }
     void Place(int32_t k, int32_t x0, int32_t n) const {
         constexpr int32_t B = Format::kBytes;
-        const ptrdiff_t stepX = prm.stepX & Format::kRotatedStepMask;
-        ptrdiff_t o = static_cast<ptrdiff_t>(k) * (prm.stepY & Format::kRotatedStepMask) + (x0 >> 1) * stepX;
+        const ptrdiff_t stepX = prm.stepX & Format::kRows.rotatedStepMask;
+        ptrdiff_t o = static_cast<ptrdiff_t>(k) * (prm.stepY & Format::kRows.rotatedStepMask) + (x0 >> 1) * stepX;
         for (int32_t i = 0; i < n; i += 2, o += stepX) {
             std::memcpy(prm.dst00 + o, upper + i * B, B);
             std::memcpy(prm.dst10 + o, upper + (i + 1) * B, B);
@@ -170,11 +193,11 @@ inline void ConvertRowPairs(const QvImgPrcContext* ctx, const Format& fmt, int32
 }
 
 // The picture in 2x2 blocks: ceil(H / 2) row pairs of ceil(W / 2) pixel pairs.
-template <bool kCrByCbStride, class Format, class Dest>
+template <class Format, class Dest>
 inline void ConvertPicture(const QvImgPrcContext* ctx, const Format& fmt, SrcPlanes sp, Strides ss, int32_t W,
                            int32_t H, Dest&& dst) {
     if (W < 1 || H < 1) return;
-    ConvertRowPairs(ctx, fmt, (H + 1) >> 1, (W + 1) & ~1, PictureRows<kCrByCbStride>{sp, ss}, dst);
+    ConvertRowPairs(ctx, fmt, (H + 1) >> 1, (W + 1) & ~1, PictureRows<Format::kRows.crStepsByCbStride>{sp, ss}, dst);
 }
 
 // The scaled picture: ceil(DH / 2) row pairs of ceil(DW / 2) pixel pairs.
@@ -260,11 +283,11 @@ enum class BelowPicture {
 };
 
 // Destination row 2m is source row m and row 2m + 1 the mean of rows m and m + 1, written four
-// rows a pass at multiples of the stride rounded down to 4 bytes. The chroma stride serves both
-// chroma planes. The source height is DH / 2. `writeRow(line, dst)` writes one row.
+// rows a pass at multiples of `rowStride` (the route's rounded stride). The chroma stride serves
+// both chroma planes. The source height is DH / 2. `writeRow(line, dst)` writes one row.
 template <BelowPicture kBelow, class RowWriter>
 int32_t UpscaleTwiceVertically(const QvImgPrcContext* ctx, const LineBuffers* lines,
-                               SrcPlanes sp, Strides ss, int32_t W, uint8_t* d0, int32_t s0,
+                               SrcPlanes sp, Strides ss, int32_t W, uint8_t* d0, int32_t rowStride,
                                int32_t DH, RowWriter writeRow) {
     if (lines == nullptr) return kInvalidArg;
     uint32_t* a = (*lines)[0];
@@ -283,7 +306,6 @@ int32_t UpscaleTwiceVertically(const QvImgPrcContext* ctx, const LineBuffers* li
     // Nothing converted is ever written when there is no destination row.
     if (DH < 1) return kOk;
     convertPair(0, a, b);
-    const int32_t rowStride = s0 & ~3;
     for (int32_t k = 0; 4 * k < DH; ++k) {
         uint8_t* row = Row(d0, 4 * k, rowStride);
         writeRow(a, row);
@@ -310,8 +332,8 @@ enum class NearestLine {
 };
 
 // Rows follow a Bresenham walk over the source rows; a destination row whose source row equals
-// the previous one is a byte copy of the row above. Destination rows advance by the stride
-// rounded down to 4 bytes.
+// the previous one is a byte copy of the row above. Destination rows advance by the RGB565
+// route's rounded stride.
 template <NearestLine kLine>
 int32_t UpscaleNearest(const QvImgPrcContext* ctx, const LineBuffers* lines, SrcPlanes sp,
                        Strides ss, int32_t W, int32_t H, uint8_t* d0, int32_t s0, int32_t DW,
@@ -326,7 +348,7 @@ int32_t UpscaleNearest(const QvImgPrcContext* ctx, const LineBuffers* lines, Src
     const uint8_t* luma = sp[0];
     const uint8_t* cb = sp[1];
     const uint8_t* cr = sp[2];
-    const int32_t rowStride = s0 & ~3;
+    const int32_t rowStride = RGB565Format::kRows.RowStep(s0);
     int32_t phase = 2, previousPhase = -1, error = 0;
     const uint32_t* selected = buf0;
     uint8_t* dst = d0;

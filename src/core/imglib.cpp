@@ -1,5 +1,6 @@
 // Colour adjustment: brightness, contrast and saturation, the byte curves of 4:2:0 output, the
 // rebuilt conversion tables, the colour-key hook and the adjusting same-size 4:2:0 copy.
+#include <algorithm>
 #include <cstdint>
 
 #include "core/pixel.h"
@@ -7,8 +8,6 @@
 
 namespace qv {
 namespace {
-
-uint8_t ClampByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
 // Maps `rows` rows of `width` bytes through a 256-entry curve.
 void MapPlane(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride, int32_t width,
@@ -20,6 +19,11 @@ void MapPlane(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstSt
     }
 }
 
+// v up to 128 as it is; above, 128 + (v - 128)^2 x bend / 128.
+constexpr int32_t Bend(int32_t v, int32_t bend) { return v <= 128 ? v : (((v - 128) * (v - 128) * bend) >> 7) + 128; }
+constexpr int32_t kContrastBend = 3;
+constexpr int32_t kSaturationBend = 7;
+
 }  // namespace
 
 void CalcColorKey() {
@@ -30,18 +34,18 @@ int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values) {
     if (ctx == nullptr || values == nullptr) return kInvalidArg;
     const int32_t b = values[0], c = values[1], s = values[2];
     if (b == ctx->brightness && c == ctx->contrast && s == ctx->saturation) return kOk;
-    if (b == 128 && c == 128 && s == 128) {
+    if (b == kNeutralAdjust && c == kNeutralAdjust && s == kNeutralAdjust) {
         // Back to neutral: the curves keep their last contents but are no longer used.
         ctx->adjustOn = 0;
-        ctx->brightness = ctx->contrast = ctx->saturation = 128;
-        BuildConversionTables(ctx, 128, 128, 128);
+        ctx->brightness = ctx->contrast = ctx->saturation = kNeutralAdjust;
+        BuildConversionTables(ctx, kNeutralAdjust, kNeutralAdjust, kNeutralAdjust);
         return kOk;
     }
     if (ctx->adjustCurveBlock == nullptr) {
-        ctx->adjustCurveBlock = static_cast<uint8_t*>(Allocate(512));
+        ctx->adjustCurveBlock = static_cast<uint8_t*>(Allocate(kCurveBlockBytes));
         if (ctx->adjustCurveBlock == nullptr) return kOutOfMemory;
         ctx->lumaCurve = ctx->adjustCurveBlock;
-        ctx->chromaCurve = ctx->adjustCurveBlock + 256;
+        ctx->chromaCurve = ctx->adjustCurveBlock + kCurveBytes;
     }
     ctx->adjustOn = 1;
     ctx->brightness = b;
@@ -49,14 +53,12 @@ int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values) {
     ctx->saturation = s;
     BuildConversionTables(ctx, b, c, s);
 
-    // The curves bend above 128 by squared formulas, unlike the linear conversion tables.
-    const int32_t offset = b < 0 ? -256 : b > 255 ? 254 : 2 * b - 256;
-    const int32_t slope = c < 0 ? 0 : c <= 128 ? c : c <= 255 ? (((c - 128) * (c - 128) * 3) >> 7) + 128 : 506;
-    const double gain = s < 0 ? 0.0
-                        : s <= 128 ? s / 128.0
-                        : s <= 255 ? ((((s - 128) * (s - 128) * 7) >> 7) + 128) / 128.0
-                                   : 1010 / 128.0;
-    for (int32_t i = 0; i < 256; ++i) {
+    // Each value is taken clamped to 0..255. Contrast and saturation bend above 128 by squared
+    // formulas, unlike the linear conversion tables; the gains are in 1/128 units.
+    const int32_t offset = 2 * std::clamp(b, 0, 255) - 256;
+    const int32_t slope = Bend(std::clamp(c, 0, 255), kContrastBend);
+    const double gain = Bend(std::clamp(s, 0, 255), kSaturationBend) / 128.0;
+    for (int32_t i = 0; i < kCurveBytes; ++i) {
         ctx->lumaCurve[i] = ClampByte(((i * slope) >> 7) + offset);
         ctx->chromaCurve[i] = ClampByte(static_cast<int32_t>((i - 128) * gain + 128.0));
     }

@@ -6,20 +6,15 @@
 
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
 namespace {
 
-bool IsAcceptedOperation(int32_t op) {
-    switch (op) {
-        case 0x000: case 0x003: case 0x004: case 0x005: case 0x006: case 0x007: case 0x008:
-        case 0x103: case 0x203: case 0x204: case 0x205: case 0x300: case 0x303: case 0x305:
-        case 0x403: case 0x404: case 0x500: case 0x800: case 0x900:
-            return true;
-        default:
-            return false;
-    }
-}
+// The table and line-buffer blocks are carved at this alignment. A line buffer holds 4 bytes for
+// each pixel of the wider size and 16 more; the near-linear upscaler's, which doubles its lines, twice that.
+constexpr int64_t kBlockAlignment = 4;
+constexpr int64_t kNearLinearLineFactor = 2;
 
 // A scaled size is refined to a fixed ratio only without rotation and with interpolation 1.
 uint32_t FixedRatioCase(const QvImgPrcContext* ctx) {
@@ -164,18 +159,19 @@ void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t con
 }
 
 int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
-    if (ctx->operation == 0x00A) {
-        // RGB555 with its colour key exists only at the source size and orientation.
-        if (ctx->rotation != 0 || ctx->scaleCase != 0) {
+    const Route* route = FindRoute(ctx->operation);
+    if (route != nullptr && route->rotations == Rotations::kOnlyNone) {
+        // Such a route (RGB555 with its colour key) exists only at the source size and orientation.
+        if (ctx->rotation != kRotateNone || ctx->scaleCase != kScaleSame) {
             std::puts("Unsupport conversion!");
             return kNotImplemented;
         }
     } else {
-        if (!IsAcceptedOperation(ctx->operation)) {
+        if (route == nullptr) {
             std::puts("Unsupport image format conversion! ");
             return kNotImplemented;
         }
-        if (ctx->rotation > 5) {
+        if (ctx->rotation > kLastRotation) {
             std::puts("Unsupport image rotation type! ");
             return kNotImplemented;
         }
@@ -184,19 +180,19 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
     // The tables, their fit and the split term tables.
     ctx->convTableBlock = static_cast<uint8_t*>(Allocate(kConvTableBlockBytes));
     if (ctx->convTableBlock == nullptr) return kOutOfMemory;
-    uint8_t* tables = AlignUp(ctx->convTableBlock, 4);
+    uint8_t* tables = AlignUp(ctx->convTableBlock, kBlockAlignment);
     ctx->yTable = reinterpret_cast<uint16_t*>(tables);
-    ctx->cbTable = reinterpret_cast<int32_t*>(tables + 512);
-    ctx->crTable = reinterpret_cast<int32_t*>(tables + 1536);
-    BuildConversionTables(ctx, 128, 128, 128);
+    ctx->cbTable = reinterpret_cast<int32_t*>(tables + kCbTableOffset);
+    ctx->crTable = reinterpret_cast<int32_t*>(tables + kCrTableOffset);
+    BuildConversionTables(ctx, kNeutralAdjust, kNeutralAdjust, kNeutralAdjust);
 
     if (ctx->scaleCase != kScaleSame) {
-        if (ctx->rotation == 0 && ctx->interpolation == kInterpFixedRatio) ctx->scaleCase = FixedRatioCase(ctx);
+        if (ctx->rotation == kRotateNone && ctx->interpolation == kInterpFixedRatio) ctx->scaleCase = FixedRatioCase(ctx);
         const int64_t m = ctx->srcWidth > ctx->dstWidth ? ctx->srcWidth : ctx->dstWidth;
         const int64_t lineBytes = (ctx->interpolation == kInterpNearLinear && ctx->scaleCase == kScaleUp)
-                                      ? 8 * m + 32
+                                      ? kNearLinearLineFactor * (4 * m + 16)
                                       : 4 * m + 16;
-        const int64_t blockBytes = 4 * lineBytes + 4;
+        const int64_t blockBytes = 4 * lineBytes + kBlockAlignment;
         // A size that is negative or beyond the address space cannot be allocated.
         if (lineBytes >= 0 && blockBytes <= static_cast<int64_t>(PTRDIFF_MAX))
             ctx->lineBufferBlock = static_cast<uint8_t*>(Allocate(static_cast<size_t>(blockBytes)));
@@ -204,7 +200,7 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
             std::puts("fail to alloc line buffer!");
             return kOutOfMemory;
         }
-        uint8_t* first = AlignUp(ctx->lineBufferBlock, 4);
+        uint8_t* first = AlignUp(ctx->lineBufferBlock, kBlockAlignment);
         for (int i = 0; i < 4; ++i)
             ctx->lineBuffer[i] = reinterpret_cast<uint32_t*>(first + i * lineBytes);
     }
@@ -223,50 +219,44 @@ int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int3
     if (ctx == nullptr || ctx->params == nullptr) return kInvalidArg;
     QvRotationParams& p = *ctx->params;
     const int32_t format = DestinationFormat(ctx->operation);
-    int64_t B;
-    switch (format) {
-        case kYCbCr420: B = 0; break;
-        case kRGB565: case kYUY2: case kUYVY: case kNV12: case kRGB555: B = 2; break;
-        case kRGB888: B = 3; break;
-        case kARGB32: B = 4; break;
-        default: return kNotImplemented;
-    }
-    if (ctx->rotation > 5) return kNotImplemented;
+    if (format > kLastDestinationFormat || FormatOf(format).recordBytes == kNoRecord) return kNotImplemented;
+    if (ctx->rotation > kLastRotation) return kNotImplemented;
+    const int64_t B = FormatOf(format).recordBytes;
     const int64_t W = dstWidth, H = dstHeight;
 
-    if (B != 0) {
+    if (B != kPlanarRecord) {
         uint8_t* base = dstPlanes[0];
         const int64_t s = dstStrides[0];
         int64_t stepX = 0, stepY = 0;
         switch (ctx->rotation) {
-            case 0:
+            case kRotateNone:
                 stepX = 2 * B; stepY = 2 * s;
                 p.dst00 = base; p.dst10 = Offset(p.dst00, B);
                 p.dst01 = Offset(p.dst00, s); p.dst11 = Offset(p.dst00, s + B);
                 break;
-            case 1:
+            case kRotate90CCW:
                 stepX = -2 * s; stepY = 2 * B;
                 p.dst00 = Offset(base, (W - 1) * s); p.dst10 = Offset(p.dst00, -s);
                 p.dst01 = Offset(p.dst00, B); p.dst11 = Offset(p.dst10, B);
                 break;
-            case 2:
+            case kRotate90CW:
                 stepX = 2 * s; stepY = -2 * B;
                 p.dst00 = Offset(base, (H - 1) * B); p.dst10 = Offset(p.dst00, s);
                 p.dst01 = Offset(p.dst00, -B); p.dst11 = Offset(p.dst10, -B);
                 break;
-            case 3:
+            case kRotate180:
                 // The first pixel is found from the stride, not the width: a destination wider
                 // than the picture gets the picture against the right end of each row.
                 stepX = -2 * B; stepY = -2 * s;
                 p.dst00 = Offset(base, H * s - B); p.dst10 = Offset(p.dst00, -B);
                 p.dst01 = Offset(p.dst00, -s); p.dst11 = Offset(p.dst01, -B);
                 break;
-            case 4:
+            case kMirror:
                 stepX = -2 * B; stepY = 2 * s;
                 p.dst00 = Offset(base, (W - 1) * B); p.dst10 = Offset(p.dst00, -B);
                 p.dst01 = Offset(p.dst00, s); p.dst11 = Offset(p.dst01, -B);
                 break;
-            default:  // 5
+            default:  // kFlip
                 stepX = 2 * B; stepY = -2 * s;
                 p.dst00 = Offset(base, (H - 1) * s); p.dst10 = Offset(p.dst00, B);
                 p.dst01 = Offset(p.dst00, -s); p.dst11 = Offset(p.dst01, B);
@@ -284,12 +274,12 @@ int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int3
     };
     auto planar = [&](int64_t w, int64_t h, int64_t s) -> PlaneSteps {
         switch (ctx->rotation) {
-            case 0: return {1, s, 0};
-            case 1: return {-s, 1, (w - 1) * s};
-            case 2: return {s, -1, h - 1};
-            case 3: return {-1, -s, (h - 1) * s + w - 1};
-            case 4: return {-1, s, w - 1};
-            default: return {1, -s, (h - 1) * s};
+            case kRotateNone: return {1, s, 0};
+            case kRotate90CCW: return {-s, 1, (w - 1) * s};
+            case kRotate90CW: return {s, -1, h - 1};
+            case kRotate180: return {-1, -s, (h - 1) * s + w - 1};
+            case kMirror: return {-1, s, w - 1};
+            default: return {1, -s, (h - 1) * s};  // kFlip
         }
     };
     const PlaneSteps y = planar(W, H, dstStrides[0]);

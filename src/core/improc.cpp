@@ -4,12 +4,25 @@
 #include <cstring>
 
 #include "core/qv_routines.h"
+#include "core/routes.h"
+#include "deinterlace/deinterlace.h"
 
 namespace qv {
 namespace {
 
 void ReleaseIfSet(void* block) {
     if (block != nullptr) Release(block);
+}
+
+// Everything a context owns, then the context: every failed creation and Destroy end here.
+void ReleaseContext(QvImgPrcContext* ctx) {
+    ReleaseIfSet(ctx->params);
+    ReleaseIfSet(ctx->lineBufferBlock);
+    ReleaseIfSet(ctx->adjustCurveBlock);
+    ReleaseIfSet(ctx->convTableBlock);
+    ReleaseIfSet(ctx->reservedBuffer);
+    ReleaseIfSet(ctx->planeBlock);
+    Release(ctx);
 }
 
 uint32_t ScaleCaseOf(SizePair src, SizePair dst) {
@@ -19,27 +32,20 @@ uint32_t ScaleCaseOf(SizePair src, SizePair dst) {
     return kScaleMixed;
 }
 
-// Bytes of the four work planes plus alignment slack, or -1 when no such block can exist.
+// Bytes of the four work planes plus alignment slack, or -1 when no such block can exist. The
+// work-plane stride is the source width rounded up to the planes' alignment.
 int64_t WorkPlaneBlockBytes(int32_t srcWidth, int32_t srcHeight, uint32_t* stride, int64_t* planeBytes) {
-    const int64_t s = (static_cast<int64_t>(srcWidth) + 15) & ~static_cast<int64_t>(15);
+    constexpr int64_t kSlack = kWorkPlaneAlignment - 1;
+    const int64_t s = (static_cast<int64_t>(srcWidth) + kSlack) & ~kSlack;
     const int64_t bytes = s * srcHeight;
     *stride = static_cast<uint32_t>(s);
     *planeBytes = bytes;
-    if (s < 0 || bytes < 0 || bytes > (static_cast<int64_t>(PTRDIFF_MAX) - 15) / 4) return -1;
-    return 4 * bytes + 15;
+    if (s < 0 || bytes < 0 || bytes > (static_cast<int64_t>(PTRDIFF_MAX) - kSlack) / 4) return -1;
+    return 4 * bytes + kSlack;
 }
 
-bool HasPlanes(int32_t format, uint32_t onePlaneMask, const uint8_t* const planes[3],
-               const int32_t strides[3]) {
-    int count = 0;
-    if (format == kNV12) {
-        count = 2;
-    } else if ((onePlaneMask >> format) & 1) {
-        count = 1;
-    } else if ((kThreePlaneMask >> format) & 1) {
-        count = 3;
-    }
-    for (int i = 0; i < count; ++i)
+bool HasPlanes(int32_t format, const uint8_t* const planes[3], const int32_t strides[3]) {
+    for (int i = 0; i < FormatOf(format).planes; ++i)
         if (planes == nullptr || strides == nullptr || planes[i] == nullptr || strides[i] == 0) return false;
     return true;
 }
@@ -73,26 +79,6 @@ int32_t EncodeThenRotate(QvImgPrcContext* ctx, int32_t W, int32_t H, int32_t DW,
     return kOk;
 }
 
-// These write a picture of the source size whatever the sizes.
-bool NeverScales(int32_t operation) {
-    switch (operation) {
-        case 0x006: case 0x007: case 0x008: case 0x300: case 0x305: case 0x500: case 0x800: case 0x900:
-            return true;
-        default:
-            return false;
-    }
-}
-
-// These resample every frame, even between equal sizes.
-bool AlwaysResamples(int32_t operation) {
-    switch (operation) {
-        case 0x203: case 0x204: case 0x205: case 0x303: case 0x403: case 0x404:
-            return true;
-        default:
-            return false;
-    }
-}
-
 // Resampling positions are 16.16: a source row or column index above 32767 cannot be addressed,
 // and the step ((size - 1) << 16) / (n - 1) would wrap to a negative value.
 constexpr int32_t kMaxResampledSize = 32768;
@@ -102,16 +88,11 @@ constexpr int32_t kMaxResampledSize = 32768;
 // stride that is not a whole number of 16- or 32-bit pixels drifts the rows that step against the
 // stride out of the front of the plane, and a half turn with a stride below a row of the picture
 // starts before it. Such frames are refused, as a rotated destination smaller than the picture is.
-bool PlacementStaysInPlane(int32_t operation, uint32_t rotation, int32_t DW, int32_t stride) {
-    int64_t B;
-    switch (operation) {
-        case 0x003: case 0x203: case 0x303: case 0x403: B = 2; break;
-        case 0x004: case 0x204: case 0x404: B = 3; break;
-        case 0x005: case 0x205: B = 4; break;
-        default: return true;  // planar output, or a route that does not use the record
-    }
+bool PlacementStaysInPlane(const Route& route, uint32_t rotation, int32_t DW, int32_t stride) {
+    if (!route.placesThroughRecord()) return true;  // planar output, or a route that does not use the record
+    const int64_t B = route.destinationBytes();
     if (B != 3 && stride % B != 0) return false;
-    return rotation != 3 || stride >= B * DW;
+    return rotation != kRotate180 || stride >= B * DW;
 }
 
 }  // namespace
@@ -140,39 +121,36 @@ int32_t QV_ImgPrcInit(void** handleSlot, const QvCreateParams* createParams, Siz
     ctx->interpolation = createParams->interpolation;
     ctx->alpha = createParams->alpha;
     ctx->colourValue = createParams->colourValue;
-    if (ctx->operation == 0x00A) CalcColorKey();
+    if (ctx->operation == Op(kYCbCr420, kRGB555)) CalcColorKey();
 
     ctx->srcWidth = src.width;
     ctx->srcHeight = src.height;
     ctx->dstWidth = dst.width;
     ctx->dstHeight = dst.height;
-    ctx->brightness = ctx->contrast = ctx->saturation = 128;
+    ctx->brightness = ctx->contrast = ctx->saturation = kNeutralAdjust;
 
-    int64_t planeBytes = 0;
-    const int64_t blockBytes = WorkPlaneBlockBytes(src.width, src.height, &ctx->planeStride, &planeBytes);
-    if (blockBytes >= 0) ctx->planeBlock = static_cast<uint8_t*>(Allocate(static_cast<size_t>(blockBytes)));
-    if (ctx->planeBlock == nullptr) {
-        Release(ctx);
-        return kOutOfMemory;
+    // Work planes only for the planar sources, the only ones the deinterlacer runs on.
+    if (IsPlanarYCbCr(SourceFormat(ctx->operation))) {
+        int64_t planeBytes = 0;
+        const int64_t blockBytes = WorkPlaneBlockBytes(src.width, src.height, &ctx->planeStride, &planeBytes);
+        if (blockBytes >= 0) ctx->planeBlock = static_cast<uint8_t*>(Allocate(static_cast<size_t>(blockBytes)));
+        if (ctx->planeBlock == nullptr) {
+            ReleaseContext(ctx);
+            return kOutOfMemory;
+        }
+        // The work planes start out defined: a mode that leaves a plane unwritten hands the
+        // converter zeros, not whatever the allocator returned.
+        std::memset(ctx->planeBlock, 0, static_cast<size_t>(blockBytes));
+        ctx->plane[0] = AlignUp(ctx->planeBlock, kWorkPlaneAlignment);
+        for (int i = 1; i < 4; ++i) ctx->plane[i] = ctx->plane[0] + i * planeBytes;
+        ctx->planeHeight = static_cast<uint32_t>(src.height);
     }
-    // The work planes start out defined: a mode that leaves a plane unwritten hands the
-    // converter zeros, not whatever the allocator returned.
-    std::memset(ctx->planeBlock, 0, static_cast<size_t>(blockBytes));
-    ctx->plane[0] = AlignUp(ctx->planeBlock, 16);
-    for (int i = 1; i < 4; ++i) ctx->plane[i] = ctx->plane[0] + i * planeBytes;
-    ctx->planeHeight = static_cast<uint32_t>(src.height);
 
     ctx->scaleCase = ScaleCaseOf(src, dst);
 
     const int32_t status = _ImgPrcInit_depend(ctx);
     if (status != kOk) {
-        ReleaseIfSet(ctx->lineBufferBlock);
-        ReleaseIfSet(ctx->adjustCurveBlock);
-        ReleaseIfSet(ctx->convTableBlock);
-        ReleaseIfSet(ctx->params);
-        ReleaseIfSet(ctx->reservedBuffer);
-        ReleaseIfSet(ctx->planeBlock);
-        Release(ctx);
+        ReleaseContext(ctx);
         *handleSlot = nullptr;
         return status;
     }
@@ -182,21 +160,14 @@ int32_t QV_ImgPrcInit(void** handleSlot, const QvCreateParams* createParams, Siz
 
 int32_t QV_ImgPrcUninit(QvImgPrcContext* ctx) {
     if (ctx == nullptr) return kInvalidArg;
-    ReleaseIfSet(ctx->params);
-    ReleaseIfSet(ctx->lineBufferBlock);
-    ReleaseIfSet(ctx->adjustCurveBlock);
-    ReleaseIfSet(ctx->convTableBlock);
-    ReleaseIfSet(ctx->reservedBuffer);
-    ReleaseIfSet(ctx->planeBlock);
-    Release(ctx);
+    ReleaseContext(ctx);
     return kOk;
 }
 
 int32_t _CheckCapability_depend(int32_t operation) {
-    const int32_t source = SourceFormat(operation);
-    if (source != kYCbCr420 && source != kYCbCr422 && source != kYCbCr444) return kNotImplemented;
-    if (operation == 0x006 || operation == 0x007 || operation == 0x008) return kNotImplemented;
-    return kOk;
+    if (!IsPlanarYCbCr(SourceFormat(operation))) return kNotImplemented;
+    const Route* route = FindRoute(operation);
+    return route != nullptr && !route->adjustable() ? kNotImplemented : kOk;
 }
 
 int32_t QV_ImgPrcOneFrame(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3],
@@ -204,11 +175,11 @@ int32_t QV_ImgPrcOneFrame(QvImgPrcContext* ctx, const uint8_t* const srcPlanes[3
                           const int32_t dstStrides[3]) {
     if (ctx == nullptr) return kInvalidArg;
     const int32_t source = SourceFormat(ctx->operation);
-    if (source > kABGR32 || source < 0) return kNotImplemented;
-    if (!HasPlanes(source, kSrcOnePlaneMask, srcPlanes, srcStrides)) return kInvalidArg;
+    if (source > kLastSourceFormat || source < 0) return kNotImplemented;
+    if (!HasPlanes(source, srcPlanes, srcStrides)) return kInvalidArg;
     const int32_t destination = DestinationFormat(ctx->operation);
-    if (destination > kRGB555) return kNotImplemented;
-    if (!HasPlanes(destination, kDstOnePlaneMask, dstPlanes, dstStrides)) return kInvalidArg;
+    if (destination > kLastDestinationFormat) return kNotImplemented;
+    if (!HasPlanes(destination, dstPlanes, dstStrides)) return kInvalidArg;
     return _ImgPrcOneFrame_depend(ctx, srcPlanes, srcStrides, dstPlanes, dstStrides);
 }
 
@@ -226,7 +197,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     const uint8_t* workPlanes[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
     const int32_t workStrides[3] = {static_cast<int32_t>(ctx->planeStride), static_cast<int32_t>(ctx->planeStride),
                                     static_cast<int32_t>(ctx->planeStride)};
-    if (ctx->deinterlaceMode != 0) {
+    if (ctx->deinterlaceMode != kDeintOff) {
         uint8_t* const work[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
         const int32_t status = QV_DeInterlace(ctx, srcPlanes, srcStrides, work, workStrides);
         if (status != kOk) return status;
@@ -239,15 +210,18 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     const int32_t rotStatus = _QV_RotationInit(ctx, dstPlanes, DW, DH, dstStrides);
     if (rotStatus != kOk) return rotStatus;
 
+    // A context holds only operations of the route table.
+    const Route* route = FindRoute(ctx->operation);
+    if (route == nullptr) return kOk;  // nothing to do
     // An empty destination for a route that scales has nothing to write.
-    const bool rot = ctx->rotation != 0;
+    const bool rot = ctx->rotation != kRotateNone;
     const uint32_t scale = ctx->scaleCase;
-    const bool scales = scale != kScaleSame && !NeverScales(ctx->operation);
+    const bool scales = scale != kScaleSame && !route->neverScales();
     if (scales && (DW <= 0 || DH <= 0)) return kOk;
     // Refused frames write nothing; see each reason.
-    if ((scales || AlwaysResamples(ctx->operation)) && (W > kMaxResampledSize || H > kMaxResampledSize))
+    if ((scales || route->alwaysResamples()) && (W > kMaxResampledSize || H > kMaxResampledSize))
         return kInvalidArg;
-    if (rot && !PlacementStaysInPlane(ctx->operation, ctx->rotation, DW, dstStrides[0])) return kInvalidArg;
+    if (rot && !PlacementStaysInPlane(*route, ctx->rotation, DW, dstStrides[0])) return kInvalidArg;
 
     // 4. Exactly one converter.
     const QvRotationParams* prm = ctx->params;
@@ -258,7 +232,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     const uint32_t interp = ctx->interpolation;
 
     switch (ctx->operation) {
-        case 0x000:
+        case Op(kYCbCr420, kYCbCr420):
             if (ctx->adjustOn == 0) {
                 if (!rot && scale == kScaleSame) _QVYCbCr420Copy(sp, ss, W, H, dstPlanes, dstStrides);
                 else if (!rot) _QVYCbCr420Rsz(sp, ss, W, H, dstPlanes, dstStrides, DW, DH);
@@ -271,12 +245,13 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                 else _QVYCbCr420RszRotAdjust(ctx, sp, ss, W, H, DW, DH);
             }
             break;
-        case 0x003:
+        case Op(kYCbCr420, kRGB565):
             if (rot) {
                 if (scale == kScaleSame) {
                     _QVYCbCr420ToRGB565Rot(ctx, sp, ss, W, H);
                 } else if (scale == kScaleUp) {
-                    // The column writer takes the start unchanged and both steps halved.
+                    // The column writer takes the start unchanged and the record's steps for two
+                    // pixels halved (arithmetic shifts) to steps for one.
                     _QVYCbCr420ToRGB565RszUpRot(ctx, lines, sp, ss, W, H, prm->dst00, prm->stepY >> 1,
                                                 prm->stepX >> 1, DW, DH);
                 } else {
@@ -303,7 +278,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                 default: _QVYCbCr420ToRGB565Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH); break;
             }
             break;
-        case 0x004:
+        case Op(kYCbCr420, kRGB888):
             if (rot) {
                 if (scale == kScaleSame) _QVYCbCr420ToRGB888Rot(ctx, sp, ss, W, H);
                 else _QVYCbCr420ToRGB888RszRot(ctx, sp, ss, W, H, DW, DH);
@@ -315,7 +290,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                 _QVYCbCr420ToRGB888RszUp(ctx, lines, sp, ss, W, H, d0, s0, DW, DH);
             }
             break;
-        case 0x005:
+        case Op(kYCbCr420, kARGB32):
             if (rot) {
                 if (scale == kScaleSame) _QVYCbCr420ToARGB32Rot(ctx, sp, ss, W, H, alpha);
                 else _QVYCbCr420ToARGB32RszRot(ctx, sp, ss, W, H, DW, DH, alpha);
@@ -331,19 +306,19 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                 _QVYCbCr420ToARGB32RszUp(ctx, lines, sp, ss, W, H, d0, s0, DW, DH, alpha);
             }
             break;
-        case 0x006: _QVYCbCr420ToYUY2(d0, s0, sp, ss, W, H); break;
-        case 0x007: _QVYCbCr420ToUYVY(d0, s0, sp, ss, W, H); break;
-        case 0x008: _QVYCbCr420ToNV12(sp, ss, W, H, dstPlanes, dstStrides); break;
-        case 0x00A: _QVYCbCr420ToRGB555(ctx, sp, ss, W, H, d0, s0, ctx->colourValue); break;
-        case 0x103:
+        case Op(kYCbCr420, kYUY2): _QVYCbCr420ToYUY2(d0, s0, sp, ss, W, H); break;
+        case Op(kYCbCr420, kUYVY): _QVYCbCr420ToUYVY(d0, s0, sp, ss, W, H); break;
+        case Op(kYCbCr420, kNV12): _QVYCbCr420ToNV12(sp, ss, W, H, dstPlanes, dstStrides); break;
+        case Op(kYCbCr420, kRGB555): _QVYCbCr420ToRGB555(ctx, sp, ss, W, H, d0, s0, ctx->colourValue); break;
+        case Op(kYCbCr422, kRGB565):
             // 4:2:2 sources ignore the rotation code.
             if (scale == kScaleSame) _QVYCbCr422ToRGB565(ctx, sp, ss, W, H, d0, s0);
             else _QVYCbCr422ToRGB565Rsz(ctx, sp, ss, W, H, d0, s0, DW, DH);
             break;
-        case 0x203: _QVYCbCr444ToRGB565RszRot(ctx, sp, ss, W, H, DW, DH); break;
-        case 0x204: _QVYCbCr444ToRGB888RszRot(ctx, sp, ss, W, H, DW, DH); break;
-        case 0x205: _QVYCbCr444ToARGB32RszRot(ctx, sp, ss, W, H, DW, DH, alpha); break;
-        case 0x300:
+        case Op(kYCbCr444, kRGB565): _QVYCbCr444ToRGB565RszRot(ctx, sp, ss, W, H, DW, DH); break;
+        case Op(kYCbCr444, kRGB888): _QVYCbCr444ToRGB888RszRot(ctx, sp, ss, W, H, DW, DH); break;
+        case Op(kYCbCr444, kARGB32): _QVYCbCr444ToARGB32RszRot(ctx, sp, ss, W, H, DW, DH, alpha); break;
+        case Op(kRGB565, kYCbCr420):
             if (!rot) return (_QVRGB565ToYCbCr420(sp[0], ss[0], W, H, dstPlanes, dstStrides), kOk);
             return EncodeThenRotate(
                 ctx, W, H, DW, DH,
@@ -351,9 +326,9 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                     _QVRGB565ToYCbCr420(src, stride, W, H, tmp, tmpStrides);
                 },
                 sp, ss);
-        case 0x500:
-        case 0x900: {
-            auto encode = ctx->operation == 0x500 ? _QVARGB32ToYCbCr420 : _QVABGR32ToYCbCr420;
+        case Op(kARGB32, kYCbCr420):
+        case Op(kABGR32, kYCbCr420): {
+            auto encode = ctx->operation == Op(kARGB32, kYCbCr420) ? _QVARGB32ToYCbCr420 : _QVABGR32ToYCbCr420;
             if (!rot) return (encode(sp[0], ss[0], dstPlanes, dstStrides, W, H), kOk);
             return EncodeThenRotate(
                 ctx, W, H, DW, DH,
@@ -363,11 +338,13 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
                 sp, ss);
         }
         // One-plane RGB sources get their strides in the converter's own unit.
-        case 0x303: _QVRGB565RszRot(prm, sp[0], ss[0] / 2, W, H, DW, DH); break;
-        case 0x305: _QVRGB565ToARGB32(sp[0], ss[0] / 2, d0, s0 / 4, W, H, alpha); break;
-        case 0x403: _QVRGB888ToRGB565RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
-        case 0x404: _QVRGB888RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
-        case 0x800: _QVNV12ToYCbCr420(sp, ss, W, H, dstPlanes, dstStrides); break;
+        case Op(kRGB565, kRGB565): _QVRGB565RszRot(prm, sp[0], ss[0] / route->sourceBytes(), W, H, DW, DH); break;
+        case Op(kRGB565, kARGB32):
+            _QVRGB565ToARGB32(sp[0], ss[0] / route->sourceBytes(), d0, s0 / route->destinationBytes(), W, H, alpha);
+            break;
+        case Op(kRGB888, kRGB565): _QVRGB888ToRGB565RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
+        case Op(kRGB888, kRGB888): _QVRGB888RszRot(prm, sp[0], ss[0], W, H, DW, DH); break;
+        case Op(kNV12, kYCbCr420): _QVNV12ToYCbCr420(sp, ss, W, H, dstPlanes, dstStrides); break;
         default: break;  // nothing to do
     }
     return kOk;

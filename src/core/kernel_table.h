@@ -13,6 +13,8 @@
 #include <cstdint>
 
 #include "core/pixel.h"
+#include "core/planar_rows.h"
+#include "core/rgb_rows.h"
 
 namespace qv {
 
@@ -41,6 +43,25 @@ struct KernelTable {
     RowKernel row444ToRGB565;
     RowKernel row444ToRGB888;
     RowKernel row444ToARGB32;     // arg: alpha
+
+    // Byte moves (planar_rows.h). They start as the scalar references; a vector set replaces
+    // those it has.
+    TransposeKernel transpose = &planar::Transpose;
+    ReverseKernel reverseRow = &planar::Reverse;
+    PackKernel packYUY2 = &planar::PackYUY2;
+    PackKernel packUYVY = &planar::PackUYVY;
+    InterleaveKernel interleaveUV = &planar::Interleave;
+    SplitKernel splitUV = &planar::Split;
+    VerticalTapKernel verticalTaps = &planar::VerticalTaps;
+    HorizontalTapKernel horizontalTaps = &planar::HorizontalTaps;
+    // Packed RGB read (rgb_rows.h).
+    EncodeLumaKernel lumaFromRGB565 = &rgbrows::Luma<rgbrows::FromRGB565>;
+    EncodeLumaKernel lumaFromARGB32 = &rgbrows::Luma<rgbrows::FromARGB32>;
+    EncodeLumaKernel lumaFromABGR32 = &rgbrows::Luma<rgbrows::FromABGR32>;
+    EncodeChromaKernel chromaFromRGB565 = &rgbrows::Chroma<rgbrows::FromRGB565>;
+    EncodeChromaKernel chromaFromARGB32 = &rgbrows::Chroma<rgbrows::FromARGB32>;
+    EncodeChromaKernel chromaFromABGR32 = &rgbrows::Chroma<rgbrows::FromABGR32>;
+    WidenKernel widenRGB565 = &rgbrows::Widen565;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

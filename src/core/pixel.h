@@ -68,7 +68,10 @@ struct ConvFit {
     AffinePiece chroma[4][2];
     int32_t split[4];
 };
-constexpr int32_t kConvTableBytes = 2560;  // yTable, cbTable, crTable back to back
+// yTable (256 x 16 bits), cbTable and crTable (256 x 32 bits each) back to back.
+constexpr int32_t kCbTableOffset = 256 * 2;
+constexpr int32_t kCrTableOffset = kCbTableOffset + 256 * 4;
+constexpr int32_t kConvTableBytes = kCrTableOffset + 256 * 4;
 // Fits the three tables; returns fit->ok.
 bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, ConvFit* fit);
 
@@ -112,6 +115,7 @@ inline int32_t ClampTo(int32_t v, int32_t max) {
     v = v < 0 ? 0 : v;
     return v > max ? max : v;
 }
+constexpr uint8_t ClampByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
 
 inline uint32_t PixelRGB565(int32_t y, const ChromaTerms& t) {
     const int32_t r = ClampTo((y + t.red) >> 10, 31);

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "qv_imageproc.h"
+
 namespace qv {
 
 // Internal status codes returned by every core operation.
@@ -14,25 +16,34 @@ enum : int32_t {
     kNotImplemented = -3,
 };
 
-// Format codes (the operation code is (source << 8) | destination).
+// Format codes, the public header's (the operation code is (source << 8) | destination).
 enum : int32_t {
-    kYCbCr420 = 0,
-    kYCbCr422 = 1,
-    kYCbCr444 = 2,
-    kRGB565 = 3,
-    kRGB888 = 4,
-    kARGB32 = 5,
-    kYUY2 = 6,
-    kUYVY = 7,
-    kNV12 = 8,
-    kABGR32 = 9,
-    kRGB555 = 10,
+    kYCbCr420 = QV_FORMAT_YCBCR420,
+    kYCbCr422 = QV_FORMAT_YCBCR422,
+    kYCbCr444 = QV_FORMAT_YCBCR444,
+    kRGB565 = QV_FORMAT_RGB565,
+    kRGB888 = QV_FORMAT_RGB888,
+    kARGB32 = QV_FORMAT_ARGB32,
+    kYUY2 = QV_FORMAT_YUY2,
+    kUYVY = QV_FORMAT_UYVY,
+    kNV12 = QV_FORMAT_NV12,
+    kABGR32 = QV_FORMAT_ABGR32,
+    kRGB555 = QV_FORMAT_RGB555,
 };
 
-// Plane classes as bit masks over the format code.
-constexpr uint32_t kSrcOnePlaneMask = 0x2F8;
-constexpr uint32_t kDstOnePlaneMask = 0x6F8;
-constexpr uint32_t kThreePlaneMask = 0x7;
+// The operation code of a source and a destination format.
+constexpr int32_t Op(int32_t source, int32_t destination) { return QV_OPERATION(source, destination); }
+
+// Rotation codes, the public header's.
+enum : uint32_t {
+    kRotateNone = QV_ROTATE_NONE,
+    kRotate90CCW = QV_ROTATE_90_CCW,
+    kRotate90CW = QV_ROTATE_90_CW,
+    kRotate180 = QV_ROTATE_180,
+    kMirror = QV_MIRROR,
+    kFlip = QV_FLIP,
+    kLastRotation = QV_FLIP,
+};
 
 // Scaling cases.
 enum : uint32_t {
@@ -46,12 +57,15 @@ enum : uint32_t {
     kScale320To480x272 = 7, // 320x240 to 480x272
 };
 
-// Interpolation methods.
+// Interpolation methods, the public header's.
 enum : uint32_t {
-    kInterpNearest = 0,
-    kInterpFixedRatio = 1,
-    kInterpNearLinear = 3,
+    kInterpNearest = QV_INTERP_NEAREST,
+    kInterpFixedRatio = QV_INTERP_FIXED_RATIO,
+    kInterpNearLinear = QV_INTERP_NEAR_LINEAR,
 };
+
+// Neutral brightness, contrast and saturation.
+constexpr int32_t kNeutralAdjust = 128;
 
 // Scale and rotation parameters, rebuilt every frame. Packed destinations (one-plane formats and
 // NV12) use stepX, stepY and dst00..dst11 (steps for two source pixels / rows); the planar 4:2:0
@@ -73,6 +87,12 @@ struct QvRotationParams {
     uint8_t* startCr;
 };
 
+// Work planes start at, and their stride is rounded up to, a multiple of this.
+constexpr int64_t kWorkPlaneAlignment = 16;
+// The adjustment curves: a luma and a chroma curve of one byte per sample value, in one block.
+constexpr int32_t kCurveBytes = 256;
+constexpr int32_t kCurveBlockBytes = 2 * kCurveBytes;
+
 // One context per conversion stream. Thirty-eight 32-bit fields on the 32-bit target.
 struct QvImgPrcContext {
     int32_t operation;
@@ -83,7 +103,7 @@ struct QvImgPrcContext {
     int32_t contrast;
     int32_t saturation;
     uint32_t adjustOn;
-    uint8_t* adjustCurveBlock;  // owned, 512 bytes
+    uint8_t* adjustCurveBlock;  // owned, kCurveBlockBytes
     uint8_t* lumaCurve;         // first half of adjustCurveBlock
     uint8_t* chromaCurve;       // second half
     uint8_t* convTableBlock;    // owned, 2564 bytes
@@ -101,7 +121,7 @@ struct QvImgPrcContext {
     uint32_t alpha;             // low byte is the alpha of ARGB32 output
     uint32_t colourValue;       // colour key of RGB555 output
     uint32_t deinterlaceMode;
-    uint8_t* planeBlock;        // owned, four work planes
+    uint8_t* planeBlock;        // owned, four work planes; planar YCbCr sources only
     uint8_t* plane[4];
     uint32_t planeStride;
     uint32_t planeHeight;
@@ -114,8 +134,10 @@ static_assert(sizeof(QvImgPrcContext) == 38 * 4, "the context is 38 words on the
 static_assert(sizeof(QvRotationParams) == 52, "the parameter record is 13 words on the 32-bit target");
 #endif
 
-inline int32_t SourceFormat(int32_t operation) { return operation >> 8; }
-inline int32_t DestinationFormat(int32_t operation) { return operation & 0xFF; }
+constexpr int32_t SourceFormat(int32_t operation) { return operation >> 8; }
+constexpr int32_t DestinationFormat(int32_t operation) { return operation & 0xFF; }
+// The formats the deinterlacer runs on and colour adjustment applies to: planar 4:2:0, 4:2:2, 4:4:4.
+constexpr bool IsPlanarYCbCr(int32_t format) { return format >= kYCbCr420 && format <= kYCbCr444; }
 
 // Every block the library owns is taken and released through these two.
 void* Allocate(size_t bytes);

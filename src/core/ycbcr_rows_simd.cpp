@@ -518,6 +518,8 @@ constexpr auto Row = &rows::RowOf<&ConvertRows<VecPack, 1, kChromaShift>>;
 
 }  // namespace
 
+void FillPlanarKernels(KernelTable* k);  // planar_rows_simd.cpp
+
 void FillKernels(KernelTable* k) {
     k->name = hwy::TargetName(HWY_TARGET);
     k->pairToRGB565 = RowPair<VecRGB565>;
@@ -529,6 +531,7 @@ void FillKernels(KernelTable* k) {
     k->row444ToRGB565 = Row<VecRGB565, 0>;
     k->row444ToRGB888 = Row<VecRGB888, 0>;
     k->row444ToARGB32 = Row<VecARGB32, 0>;
+    FillPlanarKernels(k);
 }
 
 }  // namespace HWY_NAMESPACE

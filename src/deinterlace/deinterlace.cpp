@@ -94,8 +94,6 @@ void KeepField(const LineMover& m, uint32_t field, int32_t outStep, Put put) {
 
 constexpr int32_t kCropOffset = 1024;
 
-constexpr uint8_t ClampByte(int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
-
 constexpr std::array<uint8_t, 2304> MakeCropTable() {
     std::array<uint8_t, 2304> t{};
     for (int32_t i = 0; i < 2304; ++i) t[static_cast<size_t>(i)] = ClampByte(i - kCropOffset);

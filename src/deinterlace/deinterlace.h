@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "qv_imageproc.h"
+
 namespace qv {
 
 // One side of a deinterlace call. It owns nothing. The input picture is only read; its pointers
@@ -19,16 +21,17 @@ struct DeintPicture {
     uint32_t chromaHeight;
 };
 
-// Mode numbers (the context's deinterlaceMode). Any number above 7 runs the fast filter.
+// Mode numbers (the context's deinterlaceMode), the public header's. In the context 0 is off (in
+// the frame options it keeps the previous frame's mode); any number above 7 runs the fast filter.
 enum : uint32_t {
     kDeintOff = 0,
-    kDeintFast = 1,
-    kDeintDiscard = 2,
-    kDeintBob = 3,
-    kDeintBlend = 4,
-    kDeintMean = 5,
-    kDeintLinear = 6,
-    kDeintX = 7,
+    kDeintFast = QV_DEINTERLACE_FAST,
+    kDeintDiscard = QV_DEINTERLACE_DISCARD,
+    kDeintBob = QV_DEINTERLACE_BOB,
+    kDeintBlend = QV_DEINTERLACE_BLEND,
+    kDeintMean = QV_DEINTERLACE_MEAN,
+    kDeintLinear = QV_DEINTERLACE_LINEAR,
+    kDeintX = QV_DEINTERLACE_X,
 };
 
 // -1 when either picture is missing, else 0 whatever the mode routine reports.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/qv_routines.h"
+#include "core/routes.h"
 
 namespace qv {
 namespace {
@@ -39,11 +40,11 @@ QvResult QV_IMAGEPROC_Destroy(QvHandle handle) {
 QvResult QV_IMAGEPROC_ProcessFrame(QvHandle handle, const uint8_t* const srcPlanes[3],
                                    const int32_t srcStrides[3], uint8_t* const dstPlanes[3],
                                    const int32_t dstStrides[3], const QvFrameOptions* options) {
-    if (options != nullptr && options->deinterlaceMode != 0) {
+    if (options != nullptr && options->deinterlaceMode != QV_DEINTERLACE_KEEP) {
         if (handle == nullptr) return QV_E_POINTER;
         QvImgPrcContext* ctx = ContextOf(handle);
         // Only planar YCbCr sources are deinterlaced; the mode stays in force for later frames.
-        ctx->deinterlaceMode = SourceFormat(ctx->operation) < 3 ? options->deinterlaceMode : 0;
+        ctx->deinterlaceMode = IsPlanarYCbCr(SourceFormat(ctx->operation)) ? options->deinterlaceMode : 0;
     }
     return ResultFromStatus(QV_ImgPrcOneFrame(ContextOf(handle), srcPlanes, srcStrides, dstPlanes, dstStrides));
 }
@@ -82,7 +83,7 @@ QvResult QV_IMAGEPROC_Set(QvHandle handle, uint32_t propertyId, const void* buff
             if (handle == nullptr || buffer == nullptr) return QV_E_POINTER;
             QvImgPrcContext* ctx = ContextOf(handle);
             std::memcpy(&ctx->colourValue, buffer, sizeof ctx->colourValue);
-            if (ctx->operation == 0x00A) CalcColorKey();
+            if (ctx->operation == Op(kYCbCr420, kRGB555)) CalcColorKey();
             return QV_S_OK;
         }
         default:

@@ -2,7 +2,9 @@
 // reference, byte for byte, with guard bytes around each destination. Rows of every width from
 // the kernel's minimum to 130, then random widths, source and destination offsets (0-63),
 // adjustment settings (neutral, extreme, random; tables computed from their fitted lines and
-// gathered), alpha values and colour keys. Seeded: a failure names its case and repeats.
+// gathered), alpha values and colour keys. The byte-moving, RGB-reading and scaler-tap kernels get
+// every size up to a few vectors (tile edges for the transposes), then random sizes, offsets,
+// pitches (negative too) and weights. Seeded: a failure names its case and repeats.
 //
 //   qv_kernel_check            check (exit 1 on any difference)
 //   qv_kernel_check --bench    also time each variant beside the scalar reference
@@ -160,6 +162,189 @@ double NanosecondsPerPixel(const KernelTable& table, const Entry& e, const Setti
     return ns / reps / c.width / (e.pair ? 2 : 1);
 }
 
+// ---- byte moves: transposes, reversed rows, packing, NV12 chroma ---------------------------
+// A buffer of random bytes with guards: `at` is the first byte of the region under test.
+struct Guarded {
+    std::vector<uint8_t> bytes;
+    size_t at = 0;
+    void Reset(size_t size, size_t offset, std::mt19937* rng) {
+        bytes.assign(size + offset + 2 * kGuard, kGuardByte);
+        at = kGuard + offset;
+        if (rng != nullptr)
+            for (size_t i = at; i < at + size; ++i) bytes[i] = static_cast<uint8_t>((*rng)());
+    }
+    uint8_t* p() { return bytes.data() + at; }
+};
+
+// One case of a byte-moving entry: fills the sources, runs the kernel, leaves the destinations.
+struct MoveCase {
+    int width, height, srcOffset, dstOffset, srcPad, dstPad;
+    bool flipSrc, flipDst;  // negative pitches
+};
+
+bool SameOrReport(const char* set, const char* entry, const MoveCase& c, const std::vector<uint8_t>& ref,
+                  const std::vector<uint8_t>& got) {
+    if (ref == got) return true;
+    size_t at = 0;
+    while (ref[at] == got[at]) ++at;
+    std::printf("FAIL %s %s: size %dx%d, offsets %d/%d, pads %d/%d, flips %d/%d: byte %zu of the destination differs\n",
+                set, entry, c.width, c.height, c.srcOffset, c.dstOffset, c.srcPad, c.dstPad, c.flipSrc, c.flipDst,
+                at);
+    return false;
+}
+
+bool CheckTranspose(const KernelTable& variant, const MoveCase& c, std::mt19937& rng) {
+    const ptrdiff_t srcPitch = c.width + c.srcPad, dstPitch = c.height + c.dstPad;
+    Guarded src, ref, got;
+    src.Reset(static_cast<size_t>(srcPitch * c.height), static_cast<size_t>(c.srcOffset), &rng);
+    ref.Reset(static_cast<size_t>(dstPitch * c.width), static_cast<size_t>(c.dstOffset), nullptr);
+    got = ref;
+    const uint8_t* s = src.p() + (c.flipSrc ? srcPitch * (c.height - 1) : 0);
+    const ptrdiff_t sp = c.flipSrc ? -srcPitch : srcPitch;
+    const ptrdiff_t dOff = c.flipDst ? dstPitch * (c.width - 1) : 0;
+    const ptrdiff_t dp = c.flipDst ? -dstPitch : dstPitch;
+    qv::ScalarKernels().transpose(s, sp, ref.p() + dOff, dp, c.width, c.height);
+    variant.transpose(s, sp, got.p() + dOff, dp, c.width, c.height);
+    return SameOrReport(variant.name, "transpose", c, ref.bytes, got.bytes);
+}
+
+// Row kernels: n items; sources and destination sizes per item.
+bool CheckRowMove(const KernelTable& variant, const char* name, int which, const MoveCase& c, std::mt19937& rng) {
+    const size_t n = static_cast<size_t>(c.width);
+    Guarded a, b, e, ref0, ref1, got0, got1;
+    switch (which) {
+        case 0:  // reverseRow
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().reverseRow(a.p(), ref0.p(), c.width);
+            variant.reverseRow(a.p(), got0.p(), c.width);
+            break;
+        case 1:
+        case 2:  // packYUY2, packUYVY
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            e.Reset(n, static_cast<size_t>(c.dstPad), &rng);
+            ref0.Reset(4 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            if (which == 1) {
+                qv::ScalarKernels().packYUY2(a.p(), b.p(), e.p(), ref0.p(), c.width);
+                variant.packYUY2(a.p(), b.p(), e.p(), got0.p(), c.width);
+            } else {
+                qv::ScalarKernels().packUYVY(a.p(), b.p(), e.p(), ref0.p(), c.width);
+                variant.packUYVY(a.p(), b.p(), e.p(), got0.p(), c.width);
+            }
+            break;
+        case 3:  // interleaveUV
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            ref0.Reset(2 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().interleaveUV(a.p(), b.p(), ref0.p(), c.width);
+            variant.interleaveUV(a.p(), b.p(), got0.p(), c.width);
+            break;
+        case 5:
+        case 6:
+        case 7: {  // lumaFromRGB565, lumaFromARGB32, lumaFromABGR32
+            const qv::EncodeLumaKernel KernelTable::*k[] = {&KernelTable::lumaFromRGB565, &KernelTable::lumaFromARGB32,
+                                                            &KernelTable::lumaFromABGR32};
+            a.Reset((which == 5 ? 2 : 4) * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            (qv::ScalarKernels().*k[which - 5])(a.p(), ref0.p(), c.width);
+            (variant.*k[which - 5])(a.p(), got0.p(), c.width);
+            break;
+        }
+        case 8:
+        case 9:
+        case 10: {  // chromaFromRGB565, chromaFromARGB32, chromaFromABGR32
+            const qv::EncodeChromaKernel KernelTable::*k[] = {
+                &KernelTable::chromaFromRGB565, &KernelTable::chromaFromARGB32, &KernelTable::chromaFromABGR32};
+            a.Reset((which == 8 ? 4 : 8) * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            ref1.Reset(n, static_cast<size_t>(c.dstPad), nullptr);
+            got0 = ref0, got1 = ref1;
+            (qv::ScalarKernels().*k[which - 8])(a.p(), ref0.p(), ref1.p(), c.width);
+            (variant.*k[which - 8])(a.p(), got0.p(), got1.p(), c.width);
+            if (!SameOrReport(variant.name, name, c, ref1.bytes, got1.bytes)) return false;
+            break;
+        }
+        case 11: {  // widenRGB565
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(4 * n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            const uint32_t alphaBits = (rng() & 0xFF) << 24;
+            qv::ScalarKernels().widenRGB565(a.p(), ref0.p(), c.width, alphaBits);
+            variant.widenRGB565(a.p(), got0.p(), c.width, alphaBits);
+            break;
+        }
+        case 12: {  // verticalTaps: two source rows, 16-bit taps
+            a.Reset(n, static_cast<size_t>(c.srcOffset), &rng);
+            b.Reset(n, static_cast<size_t>(c.srcPad), &rng);
+            ref0.Reset(2 * n, static_cast<size_t>(2 * c.dstOffset), nullptr);
+            got0 = ref0;
+            const int32_t fy = static_cast<int32_t>(rng() % 32);
+            qv::ScalarKernels().verticalTaps(a.p(), b.p(), fy, reinterpret_cast<int16_t*>(ref0.p()), c.width);
+            variant.verticalTaps(a.p(), b.p(), fy, reinterpret_cast<int16_t*>(got0.p()), c.width);
+            break;
+        }
+        case 13: {  // horizontalTaps: vertical taps (0-510) under n destination columns
+            const int32_t step = 1 + static_cast<int32_t>(rng() % (4 << 16));
+            const int32_t c0 = static_cast<int32_t>(rng() % 1000);
+            const int32_t first = static_cast<int32_t>((static_cast<int64_t>(c0) * step) >> 16);
+            const int32_t lastX = static_cast<int32_t>((static_cast<int64_t>(c0 + (n ? n : 1) - 1) * step) >> 16);
+            const int32_t last = lastX + (rng() % 3 == 0 ? 0 : 1 + static_cast<int32_t>(rng() % 5));
+            const int32_t span = (lastX + 1 < last ? lastX + 1 : last) - first + 1;
+            std::vector<int16_t> v(static_cast<size_t>(span) + 1);
+            for (int16_t& x : v) x = static_cast<int16_t>(rng() % 511);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            got0 = ref0;
+            qv::ScalarKernels().horizontalTaps(v.data(), ref0.p(), c.width, c0, step, first, last);
+            variant.horizontalTaps(v.data(), got0.p(), c.width, c0, step, first, last);
+            break;
+        }
+        case 4:  // splitUV
+        default:
+            a.Reset(2 * n, static_cast<size_t>(c.srcOffset), &rng);
+            ref0.Reset(n, static_cast<size_t>(c.dstOffset), nullptr);
+            ref1.Reset(n, static_cast<size_t>(c.dstPad), nullptr);
+            got0 = ref0, got1 = ref1;
+            qv::ScalarKernels().splitUV(a.p(), ref0.p(), ref1.p(), c.width);
+            variant.splitUV(a.p(), got0.p(), got1.p(), c.width);
+            if (!SameOrReport(variant.name, name, c, ref1.bytes, got1.bytes)) return false;
+            break;
+    }
+    return SameOrReport(variant.name, name, c, ref0.bytes, got0.bytes);
+}
+
+const char* const kRowMoves[] = {"reverseRow",       "packYUY2",         "packUYVY",         "interleaveUV",
+                                 "splitUV",          "lumaFromRGB565",   "lumaFromARGB32",   "lumaFromABGR32",
+                                 "chromaFromRGB565", "chromaFromARGB32", "chromaFromABGR32", "widenRGB565",
+                                 "verticalTaps",     "horizontalTaps"};
+
+void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
+    auto count = [&](bool ok) { ok ? ++*passed : ++*failed; };
+    auto offset = [&] { return static_cast<int>(rng() % 64); };
+    // Transposes: every size up to 40 x 40 (tile edges), then random sizes, pads and flips.
+    for (int h = 1; h <= 40; ++h)
+        for (int w = 1; w <= 40; ++w)
+            count(CheckTranspose(variant, {w, h, 0, 0, static_cast<int>(rng() % 3), static_cast<int>(rng() % 3),
+                                           (w + h) % 3 == 0, (w * h) % 5 == 0},
+                                 rng));
+    for (int k = 0; k < 150; ++k) {
+        const MoveCase c{1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 100), offset(), offset(),
+                         offset(), offset(), (rng() & 1) != 0, (rng() & 1) != 0};
+        count(CheckTranspose(variant, c, rng));
+    }
+    for (int which = 0; which < 14; ++which) {
+        for (int n = 0; n <= 300; ++n) count(CheckRowMove(variant, kRowMoves[which], which, {n, 1, 0, 0, 0, 0, false, false}, rng));
+        for (int k = 0; k < 200; ++k) {
+            const MoveCase c{static_cast<int>(rng() % 2000), 1, offset(), offset(), offset(), offset(), false, false};
+            count(CheckRowMove(variant, kRowMoves[which], which, c, rng));
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -197,6 +382,7 @@ int main(int argc, char** argv) {
                      &settings[rng() % settings.size()], static_cast<int>(rng() % 3), 0});
             }
         }
+        CheckMoves(variant, rng, &passed, &failed);
     }
 
     if (bench) {

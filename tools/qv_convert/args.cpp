@@ -40,10 +40,9 @@ std::string SetFormat(std::string_view value, std::string& slot, const char* wha
     return {};
 }
 
-std::string SetInt32(std::string_view value, std::optional<int32_t>& slot, const char* option) {
+std::string SetAdjust(std::string_view value, std::optional<int32_t>& slot, const char* option) {
     int64_t v = 0;
-    if (!ParseInteger(value, v) || v < -1000000 || v > 1000000)
-        return std::string(option) + " wants a whole number, not " + Quoted(value);
+    if (!ParseInteger(value, v) || v < 0 || v > 255) return std::string(option) + " wants 0 to 255, not " + Quoted(value);
     slot = static_cast<int32_t>(v);
     return {};
 }
@@ -72,18 +71,25 @@ const OptionEntry kOptions[] = {
      [](std::string_view v, Options& o) -> std::string {
          return ParseRotation(v, o.rotation) ? "" : "--rotate wants 90, 270, 180, mirror or flip, not " + Quoted(v);
      }},
-    {"--interp", nullptr, "M", "scaling filter: nearest, bilinear (default), near-linear or fixed (fast fixed ratios)",
+    {"--interp", nullptr, "M", "scaling filter: nearest, bilinear (default), near-linear or fixed (fast fixed ratios); most routes have "
+     "one filter: the summary names the one used, and a note says when M has no effect",
      [](std::string_view v, Options& o) -> std::string {
+         o.interpolationGiven = true;
          return ParseInterpolation(v, o.interpolation)
                     ? ""
                     : "--interp wants nearest, bilinear, near-linear or fixed, not " + Quoted(v);
      }},
-    {"--brightness", nullptr, "N", "brightness, 128 is neutral (planar YCbCr sources)",
-     [](std::string_view v, Options& o) { return SetInt32(v, o.brightness, "--brightness"); }},
-    {"--contrast", nullptr, "N", "contrast, 128 is neutral",
-     [](std::string_view v, Options& o) { return SetInt32(v, o.contrast, "--contrast"); }},
-    {"--saturation", nullptr, "N", "saturation, 128 is neutral, 0 is grey",
-     [](std::string_view v, Options& o) { return SetInt32(v, o.saturation, "--saturation"); }},
+    {"--pad", nullptr, nullptr, "extend a picture whose size is not a multiple of 4 by repeating its edges (default: crop)",
+     [](std::string_view, Options& o) -> std::string {
+         o.pad = true;
+         return {};
+     }},
+    {"--brightness", nullptr, "N", "brightness 0-255, 128 is neutral (planar YCbCr sources; see below)",
+     [](std::string_view v, Options& o) { return SetAdjust(v, o.brightness, "--brightness"); }},
+    {"--contrast", nullptr, "N", "contrast 0-255, 128 is neutral",
+     [](std::string_view v, Options& o) { return SetAdjust(v, o.contrast, "--contrast"); }},
+    {"--saturation", nullptr, "N", "saturation 0-255, 128 is neutral, 0 is grey",
+     [](std::string_view v, Options& o) { return SetAdjust(v, o.saturation, "--saturation"); }},
     {"--alpha", nullptr, "N", "alpha byte of ARGB output, 0-255 (default 255)",
      [](std::string_view v, Options& o) -> std::string {
          int64_t a = 0;
@@ -124,6 +130,11 @@ const OptionEntry kOptions[] = {
     {"--formats", nullptr, nullptr, "list the pixel formats and what each converts to",
      [](std::string_view, Options& o) -> std::string {
          o.listFormats = true;
+         return {};
+     }},
+    {"--force", nullptr, nullptr, "replace a read-only output file",
+     [](std::string_view, Options& o) -> std::string {
+         o.force = true;
          return {};
      }},
     {"--quiet", "-q", nullptr, "no progress bar and no summary line",
@@ -327,7 +338,18 @@ std::string HelpText() {
         else left += ' ';
         text += left + entry.help + "\n";
     }
-    text += "formats: " + FormatNames() + " (see --formats)\n";
+    text += "formats (memory order; ffmpeg's -pix_fmt names are accepted too):\n";
+    for (const FormatInfo& f : AllFormats()) {
+        std::string name = std::string("  ") + f.name;
+        name.resize(10, ' ');
+        text += name + f.description + "\n";
+    }
+    text +=
+        "A picture whose size is not a multiple of 4 is cropped to the largest one (or extended with --pad).\n"
+        "Raw frames of odd sizes are read with chroma rounded up (641x479 i420: 321x240 chroma), as ffmpeg\n"
+        "writes them.\n"
+        "Colour adjustment differs by output: 4:2:0 output is adjusted through curves on Y, Cb and Cr, RGB\n"
+        "output in the conversion tables, so the same values give visibly different pictures.\n";
     text += "exit status: 0 done, 1 the conversion failed, 2 bad arguments\n";
     return text;
 }

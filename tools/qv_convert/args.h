@@ -25,6 +25,9 @@ struct Options {
     Size scale;                   // --scale: the destination picture before rotation
     uint32_t rotation = 0;        // the library's rotation code
     uint32_t interpolation = 2;   // the library's interpolation code (bilinear)
+    bool interpolationGiven = false;  // --interp was given
+    bool pad = false;             // --pad: extend a size that is not a multiple of 4 instead of cropping
+    bool force = false;           // --force: replace a read-only output file
     std::optional<int32_t> brightness, contrast, saturation;
     uint32_t alpha = 255;
     std::optional<uint32_t> colourKey;

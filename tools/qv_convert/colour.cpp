@@ -86,7 +86,7 @@ bool ShowsAlpha(const FormatInfo& f) {
     return f.code == QV_FORMAT_ARGB32 || f.code == QV_FORMAT_ABGR32 || f.code == QV_FORMAT_RGB555;
 }
 
-void EncodeImage(const RgbaImage& image, Frame& frame) {
+void EncodeImage(const RgbaImage& image, Frame& frame, bool interlaced) {
     const FormatInfo& f = *frame.format;
     const int32_t w = frame.width, h = frame.height;
     switch (f.family) {
@@ -99,21 +99,24 @@ void EncodeImage(const RgbaImage& image, Frame& frame) {
         case Family::kPlanarYuv:
         case Family::kSemiPlanarYuv: {
             // One conversion a pixel: luma is stored, chroma summed per shared sample and averaged.
-            const int32_t cw = w >> f.chromaShiftX, ch = h >> f.chromaShiftY;
+            const PlaneShape chroma = frame.shape(1);  // odd sizes round chroma up
+            const int32_t cw = f.family == Family::kSemiPlanarYuv ? chroma.rowBytes / 2 : chroma.rowBytes;
+            const int32_t ch = chroma.rows;
             std::vector<int> cbSum(static_cast<size_t>(cw) * ch), crSum(cbSum.size()), count(cbSum.size());
             const int sx = f.chromaShiftX;
             for (int32_t y = 0; y < h; ++y) {
                 // Pointers are taken out of the loop: byte stores could otherwise alias the frame.
                 uint8_t* luma = frame.row(0, y);
                 const Rgba* pixels = &image.at(0, y);
-                const int32_t cy = std::min(y >> f.chromaShiftY, ch - 1);  // odd sizes fold into the last sample
+                const bool byField = interlaced && f.chromaShiftY == 1;
+                const int32_t cy = byField ? std::min(((y >> 2) << 1) | (y & 1), ch - 1) : y >> f.chromaShiftY;
                 int* cbRow = &cbSum[static_cast<size_t>(cy) * cw];
                 int* crRow = &crSum[static_cast<size_t>(cy) * cw];
                 int* countRow = &count[static_cast<size_t>(cy) * cw];
                 for (int32_t x = 0; x < w; ++x) {
                     const Yuv v = YuvFromRgb(pixels[x]);
                     luma[x] = v.y;
-                    const int32_t cx = std::min(x >> sx, cw - 1);
+                    const int32_t cx = x >> sx;
                     cbRow[cx] += v.cb;
                     crRow[cx] += v.cr;
                     ++countRow[cx];

@@ -35,8 +35,10 @@ Yuv YuvFromRgb(Rgba c);
 Rgba RgbFromYuv(int y, int cb, int cr);
 
 // Writes the picture into a frame of the same size in the frame's format (chroma is the average of
-// the pixels that share it).
-void EncodeImage(const RgbaImage& image, Frame& frame);
+// the pixels that share it). An interlaced picture's vertically halved chroma is taken field by field:
+// chroma rows alternate between the fields as the luma rows do (row 0 from luma rows 0 and 2, row 1
+// from 1 and 3), so each field's chroma belongs to its own moment.
+void EncodeImage(const RgbaImage& image, Frame& frame, bool interlaced = false);
 // Decodes a frame of any format into RGBA for display: YCbCr through BT.601, 16-bit RGB widened,
 // ARGB and ABGR keep their alpha, RGB555 pixels whose mask bit is clear become transparent.
 void DecodeFrame(const Frame& frame, RgbaImage& image);

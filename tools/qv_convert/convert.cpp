@@ -24,10 +24,10 @@ ConvertResult Usage(std::string message) { return {ExitCode::kUsage, std::move(m
 ConvertResult Failure(std::string message) { return {ExitCode::kFailed, std::move(message)}; }
 
 // A size the library takes as it is, or the message saying what it would make of it.
-std::string CheckSize(const std::string& what, int32_t w, int32_t h) {
+std::string CheckSize(const std::string& what, int32_t w, int32_t h, bool multipleOf4 = true) {
     if (w < 4 || h < 4 || w > kMaxSide || h > kMaxSide)
         return what + " is " + SizeText(w, h) + "; sizes from 4x4 to " + SizeText(kMaxSide, kMaxSide) + " work";
-    if (w % 4 != 0 || h % 4 != 0)
+    if (multipleOf4 && (w % 4 != 0 || h % 4 != 0))
         return what + " is " + SizeText(w, h) +
                ", not a multiple of 4 in both directions; the library would round it down to " +
                SizeText(w & ~3, h & ~3) + " and convert only that much";
@@ -79,29 +79,44 @@ const FormatInfo* PngFeedFormat(const FormatInfo* destination, const std::string
 
 class ProgressBar {
 public:
-    ProgressBar(bool enabled, int64_t total) : enabled_(enabled), total_(total) {}
+    ProgressBar(bool enabled, int64_t total) : enabled_(enabled), total_(total), start_(Clock::now()) {}
     ~ProgressBar() { Finish(); }
 
+    // Redrawn at most ten times a second, and always for the last frame.
     void Update(int64_t done) {
         if (!enabled_) return;
+        done_ = done;
         const Clock::time_point now = Clock::now();
-        if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
+        if (drawn_ && now - last_ < std::chrono::milliseconds(100) && done != total_ && !finishing_) return;
         last_ = now;
         drawn_ = true;
+        const double seconds = std::chrono::duration<double>(now - start_).count();
+        const double rate = seconds > 0 ? static_cast<double>(done) / seconds : 0;
+        char tail[64];
         if (total_ > 0) {
             const int width = 30;
             const int filled = static_cast<int>(done * width / total_);
-            std::fprintf(stderr, "\r[%s%s] %lld/%lld frames", std::string(static_cast<size_t>(filled), '#').c_str(),
+            const double eta = rate > 0 ? static_cast<double>(total_ - done) / rate : 0;
+            std::snprintf(tail, sizeof tail, ", %.1f frames/s, ETA %d:%02d", rate, static_cast<int>(eta) / 60,
+                          static_cast<int>(eta) % 60);
+            std::fprintf(stderr, "\r[%s%s] %lld/%lld frames%s\033[K",
+                         std::string(static_cast<size_t>(filled), '#').c_str(),
                          std::string(static_cast<size_t>(width - filled), '.').c_str(), static_cast<long long>(done),
-                         static_cast<long long>(total_));
+                         static_cast<long long>(total_), tail);
         } else {
-            std::fprintf(stderr, "\r%lld frames", static_cast<long long>(done));
+            std::snprintf(tail, sizeof tail, ", %.1f frames/s", rate);
+            std::fprintf(stderr, "\r%lld frames%s\033[K", static_cast<long long>(done), tail);
         }
         std::fflush(stderr);
     }
 
+    // The bar stays, showing the last frame, on its own line.
     void Finish() {
-        if (enabled_ && drawn_) std::fputs("\r\033[K", stderr);
+        if (enabled_ && drawn_) {
+            finishing_ = true;
+            Update(done_);
+            std::fputs("\n", stderr);
+        }
         drawn_ = false;
         enabled_ = false;
     }
@@ -109,6 +124,9 @@ public:
 private:
     bool enabled_;
     int64_t total_;
+    Clock::time_point start_;
+    int64_t done_ = 0;
+    bool finishing_ = false;
     bool drawn_ = false;
     Clock::time_point last_;
 };
@@ -119,11 +137,13 @@ struct Plan {
     bool pngSequence = false;     // one PNG a frame, the output name holding %d
     const FormatInfo* src = nullptr;
     const FormatInfo* dst = nullptr;
-    int32_t W = 0, H = 0;         // source
+    int32_t inW = 0, inH = 0;     // the input's picture
+    int32_t W = 0, H = 0;         // source as the library takes it: cropped or extended to multiples of 4
     int32_t DW = 0, DH = 0;       // destination before rotation, as the library takes it
     int32_t outW = 0, outH = 0;   // the written picture
     std::string route;            // "i420 -> rgb565"
     std::string settings;         // ", scale bilinear, rotate 90"
+    std::vector<std::string> notes;
 };
 
 // The output's kind, and how many frames it can hold.
@@ -151,8 +171,17 @@ ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
     if (source.sizeFromInput && !o.size.empty() && (o.size.width != source.width || o.size.height != source.height))
         return Usage(source.description + " is " + SizeText(source.width, source.height) +
                      "; --size describes raw input and the pattern (--scale resizes)");
-    if (std::string error = CheckSize(source.description, source.width, source.height); !error.empty())
+    if (std::string error = CheckSize(source.description, source.width, source.height, false); !error.empty())
         return Failure(error);
+    plan.inW = source.width;
+    plan.inH = source.height;
+    plan.W = o.pad ? (plan.inW + 3) & ~3 : plan.inW & ~3;
+    plan.H = o.pad ? (plan.inH + 3) & ~3 : plan.inH & ~3;
+    if (plan.W != plan.inW || plan.H != plan.inH)
+        plan.notes.push_back(source.description + " is " + SizeText(plan.inW, plan.inH) +
+                             (o.pad ? ", extended by repeating its edges to " : ", cropped to ") +
+                             SizeText(plan.W, plan.H) + " (the library takes multiples of 4" +
+                             (o.pad ? ")" : "; --pad extends instead)"));
     const FormatInfo* destination = o.to.empty() ? nullptr : FindFormat(o.to);
     if (destination == nullptr && plan.container == "raw") destination = FindFormat(ExtensionOf(o.output));
     if (source.format == nullptr) source.format = PngFeedFormat(destination, plan.container);
@@ -167,8 +196,8 @@ ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
         return Usage("Y4M files hold YCbCr pictures (i420, nv12, yuy2, uyvy); write " + std::string(dst.name) +
                      " as a raw file or a PNG");
 
-    plan.W = plan.DW = source.width;
-    plan.H = plan.DH = source.height;
+    plan.DW = plan.W;
+    plan.DH = plan.H;
     if (!o.scale.empty()) {
         if (std::string error = CheckSize("the --scale size", o.scale.width, o.scale.height); !error.empty())
             return Usage(error);
@@ -196,7 +225,13 @@ ConvertResult PlanRoute(const Options& o, FrameSource& source, Plan& plan) {
     if (o.colourKey && dst.code != QV_FORMAT_RGB555)
         return Usage("--colour-key applies to rgb555 output only, not " + std::string(dst.name));
 
-    if (scaling) plan.settings += std::string(", scale ") + InterpolationName(o.interpolation);
+    const Scaling filter = ScalingOf(src.code, dst.code, o.rotation, o.interpolation, plan.W, plan.H, plan.DW, plan.DH);
+    if (filter != Scaling::kNone) plan.settings += std::string(", scale ") + ScalingName(filter);
+    if (o.interpolationGiven && (filter == Scaling::kNone || !Honours(filter, o.interpolation)))
+        plan.notes.push_back("--interp " + std::string(InterpolationName(o.interpolation)) + " has no effect on " +
+                             plan.route +
+                             (filter == Scaling::kNone ? " without scaling"
+                                                       : std::string(" at this size: it scales ") + ScalingName(filter)));
     if (o.rotation != QV_ROTATE_NONE) plan.settings += std::string(", rotate ") + RotationName(o.rotation);
     if (o.deinterlace != 0) plan.settings += std::string(", deinterlace ") + DeinterlaceName(o.deinterlace);
     // The destination size is the picture before rotation: a quarter turn writes DH columns, DW rows.
@@ -294,12 +329,16 @@ std::string WriteY4mStreamHeader(const Options& o, const Plan& plan, const Frame
 ConvertResult RunFrames(const Options& o, const Plan& plan, FrameSource& source, Context& context,
                         bool showProgress, ConvertReport& report) {
     Frame in, out;
-    AllocateFrame(in, *plan.src, plan.W, plan.H, Padding::kSource);
+    // Room for the larger of the input's picture and the library's; the frame reads the input's.
+    AllocateFrame(in, *plan.src, std::max(plan.W, plan.inW), std::max(plan.H, plan.inH), Padding::kSource);
+    in.width = plan.inW;
+    in.height = plan.inH;
+    const bool extend = plan.W > plan.inW || plan.H > plan.inH;
     AllocateFrame(out, *plan.dst, plan.outW, plan.outH, Padding::kTight);
 
     OutputFile file;
     if (!plan.pngSequence) {
-        if (std::string error = file.Open(o.output); !error.empty()) return Failure(error);
+        if (std::string error = file.Open(o.output, o.force); !error.empty()) return Failure(error);
     }
     if (plan.container == "y4m" && !WriteY4mStreamHeader(o, plan, source, file.stream()).empty())
         return Failure(file.WriteError());
@@ -312,6 +351,7 @@ ConvertResult RunFrames(const Options& o, const Plan& plan, FrameSource& source,
         bool got = false;
         if (std::string error = source.Read(in, &got); !error.empty()) return Failure(error);
         if (!got) break;
+        if (extend) ExtendEdges(in, plan.W, plan.H);
         const Clock::time_point before = Clock::now();
         const QvResult r = context.Process(in, out, o.deinterlace);
         report.librarySeconds += std::chrono::duration<double>(Clock::now() - before).count();
@@ -324,7 +364,7 @@ ConvertResult RunFrames(const Options& o, const Plan& plan, FrameSource& source,
             DecodeFrame(out, picture);
             OutputFile numbered;
             if (plan.pngSequence) {
-                if (std::string error = numbered.Open(NumberedName(o.output, report.frames)); !error.empty())
+                if (std::string error = numbered.Open(NumberedName(o.output, report.frames), o.force); !error.empty())
                     return Failure(error);
             }
             OutputFile& target = plan.pngSequence ? numbered : file;
@@ -379,12 +419,16 @@ ConvertResult Convert(const Options& o, const Library& library, bool showProgres
 
     Context context(library.functions());
     if (ConvertResult r = SetUpContext(o, plan, context, report); r.code != ExitCode::kOk) return r;
+    report.notes.insert(report.notes.begin(), plan.notes.begin(), plan.notes.end());
+    if (!source->layoutNote.empty()) report.notes.insert(report.notes.begin(), source->layoutNote);
     if ((plan.dst->code == QV_FORMAT_YUY2 || plan.dst->code == QV_FORMAT_UYVY) && plan.W % 8 != 0)
         report.notes.push_back(plan.route + " writes whole groups of 8 pixels: the last " +
                                std::to_string(plan.W % 8) + " columns of each row stay black");
     if (o.deinterlace == 0 && (source->stream.interlace == 't' || source->stream.interlace == 'b') &&
         plan.src->family == Family::kPlanarYuv)
         report.notes.push_back("the input is interlaced; --deinterlace MODE makes it progressive");
+    report.width = plan.outW;
+    report.height = plan.outH;
     report.summary = SizeText(plan.W, plan.H) + " " + plan.src->name + " -> " + SizeText(plan.outW, plan.outH) +
                      " " + plan.dst->name + plan.settings;
     return RunFrames(o, plan, *source, context, showProgress, report);

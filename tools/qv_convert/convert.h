@@ -15,6 +15,7 @@ struct ConvertReport {
     double seconds = 0;          // the whole run: reading, converting, writing
     double librarySeconds = 0;   // inside ProcessFrame
     std::string summary;         // "640x480 i420 -> 320x240 rgb565, rotate 90"
+    int32_t width = 0, height = 0;  // the written picture
     bool outputBlank = false;    // every output picture was still the untouched black fill
     std::string libraryPrinted;  // what the library printed while creating the context
     std::vector<std::string> notes;  // things about the output a user should know

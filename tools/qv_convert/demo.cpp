@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
 #include <vector>
 
 #include "fileio.h"
@@ -72,18 +73,21 @@ std::vector<Section> Gallery() {
     scaling.items.push_back({nullptr, base + " --from rgb565 --to rgb565 --scale 160x120"});
     sections.push_back(scaling);
 
-    Section colour{"Colour adjustment", "Brightness, contrast and saturation (128 is neutral).", {}};
+    Section colour{"Colour adjustment",
+                   "Brightness, contrast and saturation (128 is neutral), each shown for 4:2:0 output and then for "
+                   "RGB output. 4:2:0 output is adjusted through curves on Y, Cb and Cr, RGB output in the conversion "
+                   "tables: the same values give visibly different pictures. This is the library's defined behaviour.",
+                   {}};
     for (const char* a : {"--brightness 180", "--brightness 80", "--contrast 200", "--contrast 60", "--saturation 0",
                           "--saturation 230"})
-        colour.items.push_back({nullptr, base + " --to rgb24 " + a});
-    colour.items.push_back({nullptr, base + " --to i420 --saturation 0"});
-    colour.items.push_back({nullptr, base + " --to i420 --brightness 170 --contrast 160"});
+        for (const char* to : {"i420", "rgb24"}) colour.items.push_back({nullptr, base + " --to " + to + " " + a});
     colour.items.push_back({nullptr, base + " --to rgb565 --scale 480x360 --saturation 200"});
     sections.push_back(colour);
 
     Section deinterlace{"Deinterlacing",
-                        "The interlaced pattern: its odd lines show the ball half a frame later. Each mode rebuilds "
-                        "a progressive picture (4:2:0 copy route).",
+                        "The interlaced pattern: its odd lines show the ball half a frame later, and its chroma rows "
+                        "alternate between the fields as the luma rows do. Each mode rebuilds a progressive picture "
+                        "(4:2:0 copy route).",
                         {}};
     deinterlace.items.push_back({"interlaced input", base + " --to i420 pattern:interlaced"});
     for (const char* mode : {"fast", "discard", "bob", "blend", "mean", "linear", "x"})
@@ -118,6 +122,16 @@ std::string Html(const std::string& text) {
     return out;
 }
 
+std::string ReadWhole(const std::string& path) {
+    std::string bytes;
+    if (FILE* f = std::fopen(path.c_str(), "rb")) {
+        char buffer[65536];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, f)) > 0;) bytes.append(buffer, n);
+        std::fclose(f);
+    }
+    return bytes;
+}
+
 bool MakeDirectories(const std::string& path) {
     std::string partial;
     for (size_t i = 0; i <= path.size(); ++i) {
@@ -133,10 +147,11 @@ bool MakeDirectories(const std::string& path) {
 const char* kStyle =
     "body{font-family:sans-serif;margin:24px;background:#f4f4f4;color:#222}"
     "h2{margin-top:32px;border-bottom:1px solid #ccc}"
-    ".grid{display:flex;flex-wrap:wrap;gap:16px}"
-    "figure{margin:0;background:#fff;padding:8px;border-radius:6px;box-shadow:0 1px 3px #0003;width:min-content}"
-    "figure img{display:block;max-width:640px;background:repeating-conic-gradient(#ddd 0 25%,#fff 0 50%) 0 0/16px 16px}"
-    "figcaption{font-size:13px;margin-top:6px;min-width:320px}code{font-size:12px;color:#333}"
+    ".grid{display:grid;grid-template-columns:repeat(auto-fill,336px);grid-auto-flow:dense;gap:16px;align-items:start}"
+    "figure{margin:0;background:#fff;padding:8px;border-radius:6px;box-shadow:0 1px 3px #0003}"
+    "figure img{display:block;max-width:100%;background:repeating-conic-gradient(#ddd 0 25%,#fff 0 50%) 0 0/16px 16px}"
+    "figcaption{font-size:13px;margin-top:6px;overflow-wrap:anywhere}code{font-size:12px;color:#333}"
+    "hr{border:0;border-top:1px dashed #ccc}"
     ".blank{color:#b60}.failed{color:#b00}";
 
 }  // namespace
@@ -152,7 +167,13 @@ ConvertResult RunDemo(const std::string& directory, const Library& library, Demo
 
     int number = 0;
     for (const Section& section : Gallery()) {
-        html += "<h2>" + Html(section.heading) + "</h2>\n<p>" + Html(section.note) + "</p>\n<div class=\"grid\">\n";
+        // A picture byte-identical to an earlier one of the section is shown once, under both captions.
+        struct Figure {
+            std::string picture, bytes;  // file name and contents ("" when the conversion failed)
+            int32_t width = 0;
+            std::string captions;
+        };
+        std::vector<Figure> figures;
         for (const Item& item : section.items) {
             char name[32];
             std::snprintf(name, sizeof name, "%03d.png", ++number);
@@ -166,23 +187,35 @@ ConvertResult RunDemo(const std::string& directory, const Library& library, Demo
                 options.quiet = true;
                 error = Convert(options, library, false, report).message;
             }
-            const std::string command = "qv-convert " + item.arguments + " " + name;
-            html += "<figure>";
-            if (error.empty()) {
-                ++summary.pictures;
-                html += "<img src=\"" + std::string(name) + "\" alt=\"" + Html(report.summary) + "\">";
-            }
-            html += "<figcaption><b>" + Html(item.title != nullptr ? item.title : report.summary) + "</b>";
-            if (item.title != nullptr && !report.summary.empty()) html += "<br>" + Html(report.summary);
-            html += "<br><code>" + Html(command) + "</code>";
+            std::string caption = "<b>" + Html(item.title != nullptr ? item.title : report.summary) + "</b>";
+            if (item.title != nullptr && !report.summary.empty()) caption += "<br>" + Html(report.summary);
+            caption += "<br><code>" + Html("qv-convert " + item.arguments + " " + name) + "</code>";
             if (!error.empty()) {
                 ++summary.failed;
-                html += "<br><span class=\"failed\">" + Html(error) + "</span>";
-            } else if (report.outputBlank) {
-                ++summary.blank;
-                html += "<br><span class=\"blank\">the library left this output untouched (route not written yet)</span>";
+                figures.push_back({"", "", 0, caption + "<br><span class=\"failed\">" + Html(error) + "</span>"});
+                continue;
             }
-            html += "</figcaption></figure>\n";
+            if (report.outputBlank) {
+                ++summary.blank;
+                caption += "<br><span class=\"blank\">the library left this output untouched (route not written yet)</span>";
+            }
+            std::string bytes = ReadWhole(directory + "/" + name);
+            auto same = std::find_if(figures.begin(), figures.end(), [&](const Figure& f) { return f.bytes == bytes; });
+            if (!bytes.empty() && same != figures.end()) {
+                same->captions += "<hr><i>the same bytes:</i><br>" + caption;
+                std::remove((directory + "/" + name).c_str());
+                continue;
+            }
+            ++summary.pictures;
+            figures.push_back({name, std::move(bytes), report.width, caption});
+        }
+        html += "<h2>" + Html(section.heading) + "</h2>\n<p>" + Html(section.note) + "</p>\n<div class=\"grid\">\n";
+        for (const Figure& f : figures) {
+            // Columns of 336 pixels; a wider picture spans as many as it needs.
+            const int32_t span = std::min<int32_t>(3, (f.width + 16 + 16 + 351) / 352);
+            html += span > 1 ? "<figure style=\"grid-column:span " + std::to_string(span) + "\">" : "<figure>";
+            if (!f.picture.empty()) html += "<img src=\"" + f.picture + "\" alt=\"\">";
+            html += "<figcaption>" + f.captions + "</figcaption></figure>\n";
         }
         html += "</div>\n";
     }

@@ -26,6 +26,8 @@ void OnInterrupt(int signal) {
 
 std::string Reason() { return std::strerror(errno); }
 
+constexpr size_t kBufferBytes = size_t{1} << 20;
+
 }  // namespace
 
 std::string ExtensionOf(const std::string& name) {
@@ -67,6 +69,8 @@ std::string InputStream::Open(const std::string& path) {
         if (file_ == nullptr) return "cannot read " + path + ": " + Reason();
         owned_ = true;
     }
+    // Frames are read a plane at a time; a large buffer keeps the row-by-row reads few too.
+    std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
     struct stat st;
     if (fstat(fileno(file_), &st) == 0) {
         if (S_ISDIR(st.st_mode)) return "cannot read " + path + ": it is a directory";
@@ -98,7 +102,13 @@ size_t InputStream::Read(void* data, size_t count) {
     return done;
 }
 
-std::string OutputFile::Open(const std::string& path) {
+std::string OutputFile::Open(const std::string& path, bool force) {
+    std::string error = OpenStream(path, force);
+    if (error.empty() && file_ != nullptr) std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
+    return error;
+}
+
+std::string OutputFile::OpenStream(const std::string& path, bool force) {
     path_ = path;
     if (path == "-") {
         UseStdoutForData();
@@ -106,18 +116,34 @@ std::string OutputFile::Open(const std::string& path) {
         toStdout_ = true;
         return {};
     }
+    // A symbolic link is written through: its target gets the new file, the link stays.
+    std::string target = path;
     struct stat st;
-    if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return "cannot write " + path + ": it is a directory";
-    if (stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+    for (int links = 0; lstat(target.c_str(), &st) == 0 && S_ISLNK(st.st_mode); ++links) {
+        std::vector<char> to(4096);
+        const ssize_t n = readlink(target.c_str(), to.data(), to.size() - 1);
+        if (n < 0 || links == 40) return "cannot write " + path + ": " + (n < 0 ? Reason() : "too many links");
+        std::string next(to.data(), static_cast<size_t>(n));
+        const size_t slash = target.rfind('/');
+        if (next[0] != '/' && slash != std::string::npos) next = target.substr(0, slash + 1) + next;
+        target = next;
+    }
+    const bool exists = stat(target.c_str(), &st) == 0;
+    if (exists && S_ISDIR(st.st_mode)) return "cannot write " + path + ": it is a directory";
+    if (exists && !S_ISREG(st.st_mode)) {
         // A device or a pipe (/dev/null, a FIFO) is written in place: renaming over it would replace it.
-        file_ = std::fopen(path.c_str(), "wb");
+        file_ = std::fopen(target.c_str(), "wb");
         if (file_ == nullptr) return "cannot write " + path + ": " + Reason();
         direct_ = true;
         return {};
     }
-    const size_t slash = path.rfind('/');
-    const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+    // No write permission, or none for anyone (root may write anything).
+    if (exists && ((st.st_mode & 0222) == 0 || access(target.c_str(), W_OK) != 0) && !force)
+        return "cannot write " + path + ": the file is read-only (--force replaces it)";
+    finalPath_ = target;
+    const size_t slash = target.rfind('/');
+    const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+    const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
     tempPath_ = dir + "." + base + ".partial-XXXXXX";
     if (tempPath_.size() >= sizeof gTempPath) return "cannot write " + path + ": the name is too long";
     std::vector<char> name(tempPath_.begin(), tempPath_.end());
@@ -130,10 +156,11 @@ std::string OutputFile::Open(const std::string& path) {
     tempPath_ = name.data();
     std::memcpy(gTempPath, tempPath_.c_str(), tempPath_.size() + 1);
     gHaveTemp = 1;
-    // mkstemp makes the file private; the finished file gets the usual permissions.
+    // mkstemp makes the file private; the finished file gets the replaced file's permissions, or
+    // the usual ones.
     const mode_t mask = umask(0);
     umask(mask);
-    fchmod(fd, 0666 & ~mask);
+    fchmod(fd, exists ? st.st_mode & 07777 : 0666 & ~mask);
     file_ = fdopen(fd, "wb");
     if (file_ == nullptr) {
         close(fd);
@@ -170,7 +197,7 @@ std::string OutputFile::Commit() {
         Abort();
         return error;
     }
-    if (std::rename(tempPath_.c_str(), path_.c_str()) != 0) {
+    if (std::rename(tempPath_.c_str(), finalPath_.c_str()) != 0) {
         const std::string error = "cannot write " + path_ + ": " + Reason();
         Abort();
         return error;

@@ -43,7 +43,9 @@ public:
 
     // Opens a temporary file beside `path` ("-" writes to standard output, see UseStdoutForData;
     // devices and pipes are written directly).
-    std::string Open(const std::string& path);
+    // A symbolic link is written through to its target; an existing read-only file is refused
+    // unless `force`.
+    std::string Open(const std::string& path, bool force = false);
     FILE* stream() { return file_; }
     // Flushes, closes and renames the temporary file to the final name.
     std::string Commit();
@@ -54,10 +56,13 @@ public:
     const std::string& path() const { return path_; }
 
 private:
+    std::string OpenStream(const std::string& path, bool force);
+
     FILE* file_ = nullptr;
     bool toStdout_ = false;
     bool direct_ = false;  // a device or pipe, written without a temporary file
     std::string path_;
+    std::string finalPath_;  // the file renamed into place: path_, or the target of a link
     std::string tempPath_;
 };
 

@@ -35,6 +35,10 @@ struct PlaneShape {
     int32_t rows = 0;
 };
 PlaneShape PlaneOf(const FormatInfo& format, int plane, int32_t width, int32_t height);
+// Repeats the last column and row of the frame's picture out to width x height (no larger than the
+// frame was allocated for); the frame's own size is left as it is.
+struct Frame;
+void ExtendEdges(Frame& frame, int32_t width, int32_t height);
 // "640x480".
 std::string SizeText(int32_t width, int32_t height);
 // Bytes of one tightly packed picture (the size of a raw frame).
@@ -76,6 +80,25 @@ struct OperationInfo {
     bool refusesRotateScale = false;  // Create refuses any rotation or scaling (4:2:0 to RGB555)
 };
 OperationInfo OperationOf(int sourceCode, int destinationCode);
+// The filter a scaled conversion really uses. Most routes have one filter whatever the interpolation
+// code; only unrotated 4:2:0 to RGB565 enlarging honours nearest and near-linear, and 4:2:0 to RGB565
+// and ARGB32 have fixed-ratio paths for 'fixed' at a few sizes.
+enum class Scaling {
+    kNone,           // the route writes the source size
+    kBilinear,       // bilinear on converted pixels (or on all three YCbCr planes)
+    kBilinearLuma,   // bilinear luma, chroma from the nearest sample of each 2x2 block
+    kNearest,
+    kNearLinear,     // nearest rows, each row doubled by averaging, then nearest columns
+    kFixed25x2,      // fixed 2.5 x 2
+    kFixed15,        // fixed 1.5 x across, bilinear down
+    kFixed480x272,   // fixed 320x240 to 480x272
+};
+Scaling ScalingOf(int sourceCode, int destinationCode, uint32_t rotation, uint32_t interpolation, int32_t W,
+                  int32_t H, int32_t DW, int32_t DH);
+const char* ScalingName(Scaling scaling);
+// Whether an interpolation code asks for what the filter does.
+bool Honours(Scaling scaling, uint32_t interpolation);
+
 // Destination names the library offers for a source, "rgb565, rgb24".
 std::string DestinationsOf(const FormatInfo& source);
 

@@ -11,7 +11,8 @@
 namespace qvc {
 namespace {
 
-constexpr const char* kLibraryName = "libqv_imageproc.so";
+// The SONAME (libqv_imageproc.so.1): a run-time install has it, not always the development link.
+constexpr const char* kLibraryName = QV_LIBRARY_SONAME;
 
 // The directory holding this program, from /proc/self/exe; "" when unknown.
 std::string ProgramDirectory() {
@@ -38,7 +39,7 @@ std::string Library::Load(const std::string& explicitPath) {
         candidates.push_back(explicitPath.find('/') == std::string::npos ? "./" + explicitPath : explicitPath);
     } else {
         const std::string dir = ProgramDirectory();
-        for (const char* relative : {"/", "/../", "/../lib/"}) {
+        for (const char* relative : {"/", "/../", "/" QV_BINDIR_TO_LIBDIR "/"}) {
             const std::string candidate = dir + relative + kLibraryName;
             if (!dir.empty() && Exists(candidate)) {
                 candidates.push_back(candidate);

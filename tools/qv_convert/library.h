@@ -18,7 +18,8 @@ public:
     ~Library();
 
     // Loads `explicitPath`, or when it is empty the first of: beside this program (or one directory
-    // up, as in a build tree), ../lib beside it, and libqv_imageproc.so through the loader's path.
+    // up, as in a build tree), the installed library directory relative to it, and
+    // libqv_imageproc.so.1 through the loader's path.
     std::string Load(const std::string& explicitPath);
     const QvImageProcFunctions* functions() const { return functions_; }
     const std::string& path() const { return path_; }

@@ -73,11 +73,19 @@ void TakePlanes(std::vector<uint8_t>& bytes, Frame& frame) {
     std::vector<uint8_t>().swap(bytes);
 }
 
-// Reads the picture's planes, row by row, into a frame. Returns the bytes read.
+// Reads the picture's planes into a frame: a plane whose rows are contiguous in one read, others row
+// by row. Returns the bytes read.
 int64_t ReadPlanes(InputStream& in, Frame& frame) {
     int64_t total = 0;
     for (int p = 0; p < frame.format->planes; ++p) {
         const PlaneShape s = frame.shape(p);
+        if (frame.strides[p] == s.rowBytes) {
+            const size_t bytes = static_cast<size_t>(s.rowBytes) * static_cast<size_t>(s.rows);
+            const size_t n = in.Read(frame.planes[p], bytes);
+            total += static_cast<int64_t>(n);
+            if (n < bytes) return total;
+            continue;
+        }
         for (int32_t r = 0; r < s.rows; ++r) {
             const size_t n = in.Read(frame.row(p, r), static_cast<size_t>(s.rowBytes));
             total += static_cast<int64_t>(n);
@@ -87,9 +95,42 @@ int64_t ReadPlanes(InputStream& in, Frame& frame) {
     return total;
 }
 
-class RawSource : public FrameSource {
+// For a size whose chroma does not divide evenly: the planes a frame is read as.
+std::string LayoutOf(const FormatInfo& f, int32_t width, int32_t height) {
+    if ((width % 2 == 0 || f.chromaShiftX == 0) && (height % 2 == 0 || f.chromaShiftY == 0)) return {};
+    std::string planes;
+    for (int p = 0; p < f.planes; ++p) {
+        const PlaneShape s = PlaneOf(f, p, width, height);
+        planes += (p > 0 ? ", " : "") + std::to_string(s.rowBytes) + "x" + std::to_string(s.rows);
+    }
+    return "a frame of " + std::string(f.name) + " " + SizeText(width, height) + " is taken as planes of " + planes +
+           " bytes, chroma rounded up as ffmpeg lays it out: " + std::to_string(FrameBytes(f, width, height)) + " bytes";
+}
+
+// A source read from a stream, whose first frame may have been read ahead.
+class StreamSource : public FrameSource {
+protected:
+    explicit StreamSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+
+    // Hands over the frame read ahead; false when there is none.
+    bool TakeAhead(Frame& frame) {
+        if (!ahead_) return false;
+        ahead_ = false;
+        TakePlanes(first_, frame);
+        return true;
+    }
+
+    std::unique_ptr<InputStream> in_;
+    std::vector<uint8_t> first_;
+    bool ahead_ = false;
+    int64_t frameBytes_ = 0;
+    int64_t index_ = 0;
+    int64_t limit_ = -1;
+};
+
+class RawSource : public StreamSource {
 public:
-    explicit RawSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+    explicit RawSource(std::unique_ptr<InputStream> in) : StreamSource(std::move(in)) {}
 
     std::string Open(const SourceRequest& request) {
         if (request.format == nullptr)
@@ -102,6 +143,7 @@ public:
         limit_ = request.frames;
         description = in_->name();
         frameBytes_ = FrameBytes(*format, width, height);
+        layoutNote = LayoutOf(*format, width, height);
         if (in_->Size() >= 0) {
             const int64_t size = in_->Size();
             if (size == 0) return in_->name() + " is empty";
@@ -110,7 +152,8 @@ public:
                 return in_->name() + " is " + std::to_string(size) + " bytes: " + std::to_string(whole) +
                        " frames of " + std::to_string(frameBytes_) + " bytes (" + format->name + " " +
                        SizeText(width, height) + ") and " + std::to_string(left) +
-                       " bytes left over; check --from and --size";
+                       " bytes left over; check --from and --size" +
+                       (layoutNote.empty() ? "" : " (" + layoutNote + ")");
             frameCount = limit_ >= 0 ? std::min(whole, limit_) : whole;
         }
         return {};
@@ -119,11 +162,9 @@ public:
     std::string Read(Frame& frame, bool* got) override {
         *got = false;
         if (limit_ >= 0 && index_ >= limit_) return {};
-        if (ahead_) {
-            ahead_ = false;
-            TakePlanes(first_, frame);
-        } else if (std::string error = Checked(ReadPlanes(*in_, frame), got); !error.empty() || !*got) {
-            return error;
+        if (!TakeAhead(frame)) {
+            std::string error = Checked(ReadPlanes(*in_, frame), got);
+            if (!error.empty() || !*got) return error;
         }
         ++index_;
         *got = true;
@@ -152,18 +193,11 @@ private:
         *got = true;
         return {};
     }
-
-    std::unique_ptr<InputStream> in_;
-    std::vector<uint8_t> first_;
-    bool ahead_ = false;
-    int64_t frameBytes_ = 0;
-    int64_t index_ = 0;
-    int64_t limit_ = -1;
 };
 
-class Y4mSource : public FrameSource {
+class Y4mSource : public StreamSource {
 public:
-    explicit Y4mSource(std::unique_ptr<InputStream> in) : in_(std::move(in)) {}
+    explicit Y4mSource(std::unique_ptr<InputStream> in) : StreamSource(std::move(in)) {}
 
     std::string Open(const SourceRequest& request) {
         description = in_->name();
@@ -185,13 +219,12 @@ public:
         height = stream.height;
         limit_ = request.frames;
         frameBytes_ = FrameBytes(*format, width, height);
+        layoutNote = LayoutOf(*format, width, height);
         return {};
     }
 
     std::string Read(Frame& frame, bool* got) override {
-        if (ahead_) {
-            ahead_ = false;
-            TakePlanes(first_, frame);
+        if (TakeAhead(frame)) {
             *got = true;
             return {};
         }
@@ -228,13 +261,6 @@ private:
         *got = true;
         return {};
     }
-
-    std::unique_ptr<InputStream> in_;
-    std::vector<uint8_t> first_;
-    bool ahead_ = false;
-    int64_t frameBytes_ = 0;
-    int64_t index_ = 0;
-    int64_t limit_ = -1;
 };
 
 // ---- PNG rows decoded into one row ----------------------------------------------------------------
@@ -369,7 +395,7 @@ public:
         if (background_.width == 0) DrawPatternBackground(background_, width, height);
         image_ = background_;
         DrawPatternMotion(image_, index_, interlaced_);
-        EncodeImage(image_, frame);
+        EncodeImage(image_, frame, interlaced_);
         ++index_;
         return {};
     }
@@ -460,6 +486,11 @@ std::string FormatY4mHeader(const Y4mHeader& h) {
 bool WriteRawFrame(FILE* file, const Frame& frame) {
     for (int p = 0; p < frame.format->planes; ++p) {
         const PlaneShape s = frame.shape(p);
+        if (frame.strides[p] == s.rowBytes) {  // one write for the plane
+            const size_t bytes = static_cast<size_t>(s.rowBytes) * static_cast<size_t>(s.rows);
+            if (std::fwrite(frame.planes[p], 1, bytes, file) != bytes) return false;
+            continue;
+        }
         for (int32_t r = 0; r < s.rows; ++r)
             if (std::fwrite(frame.row(p, r), 1, static_cast<size_t>(s.rowBytes), file) != static_cast<size_t>(s.rowBytes))
                 return false;

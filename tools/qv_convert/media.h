@@ -65,6 +65,7 @@ public:
     bool sizeFromInput = false;   // the file says its size (Y4M, PNG)
     Y4mHeader stream;             // rate, interlacing and aspect to pass on to a Y4M output
     std::string description;      // "in.y4m", "the test pattern", ...
+    std::string layoutNote;       // how frames of an odd size are laid out in the file, "" otherwise
 };
 
 // What kind of input a name or its first bytes show.

@@ -72,6 +72,7 @@ struct StdoutCase {
     const char* ext;
     std::string input;  // when given, read from @/in.y4m, then from "-"
 };
+void PrintTo(const StdoutCase& c, std::ostream* os) { *os << c.name; }
 class Stdout : public ::testing::TestWithParam<StdoutCase> {};
 // "-" gets the bytes a file gets; messages stay on standard error, and nothing else reaches the data.
 TEST_P(Stdout, DashWritesWhatAFileGets) {
@@ -119,6 +120,7 @@ struct PngCase {
     const char* format;
     const char* extra;  // more options
 };
+void PrintTo(const PngCase& c, std::ostream* os) { *os << c.format << c.extra; }
 class PngOfEveryFormat : public ::testing::TestWithParam<PngCase> {};
 // The PNG shows the converted picture: the 4:2:0 source decoded, exactly for the YCbCr outputs (the
 // samples only move) and within the RGB formats' precision otherwise. ARGB carries --alpha; RGB555
@@ -180,6 +182,7 @@ struct Turn {
     const char* name;  // as a user types it
     int code;          // the library's rotation code
 };
+void PrintTo(const Turn& t, std::ostream* os) { *os << t.name; }
 class Rotation : public ::testing::TestWithParam<Turn> {};
 // 90 is clockwise: (x, y) lands at row x, column H-1-y; 270 at row W-1-x, column y; 180 at row H-1-y,
 // column W-1-x; mirror at row y, column W-1-x; flip at row H-1-y, column x. The --scale size is the
@@ -203,7 +206,10 @@ TEST_P(Rotation, LumaLandsWhereTheTurnPutsItAndScaledSizesTurn) {
         }
     const auto run = RunOk(dir, std::string("--size 64x48 --scale=48x32 --interp nearest -r ") + GetParam().name +
                                     " --to rgb565 @/out.png");
-    EXPECT_NE(run.err.find("scale nearest"), std::string::npos) << run.err;
+    // Turned and reduced, the route has one filter whatever --interp asks for.
+    EXPECT_NE(run.err.find("--interp nearest has no effect on i420 -> rgb565 at this size: it scales bilinear luma"),
+              std::string::npos)
+        << run.err;
     const RgbaImage png = LoadPng(dir.file("out.png"));
     EXPECT_EQ(std::pair(png.width, png.height), quarter ? std::pair(32, 48) : std::pair(48, 32));
 }
@@ -230,6 +236,43 @@ TEST(Deinterlace, DiscardDoublesTheTopFieldOfEveryPlane) {
     EXPECT_EQ(ReadFile(dir.file("out.raw")), expected);
     RunOk(dir, "--size 64x48 pattern:interlaced @/p.raw");  // its bottom field moves half a frame later
     EXPECT_NE(ReadFile(dir.file("p.raw")), Bytes(PatternFrame("i420", 64, 48)));
+}
+
+// A 9x7 i420 frame as ffmpeg writes it: 9x7 luma, 5x4 Cb and Cr (103 bytes). The 4:2:0 copy gives
+// the 8x4 crop by default, and with --pad the 12x8 picture whose last column and row repeat.
+TEST(Size, OddRawFramesAreCroppedOrPadded) {
+    TempDir dir;
+    const std::string in = RandomBytes(103, 3) + RandomBytes(103, 4);
+    WriteFile(dir.file("in.yuv"), in);
+    auto picture = [&](int32_t w, int32_t h) {  // frame 2, each plane read at clamped positions
+        std::string out;
+        for (const auto& [at, pw, ph, ow, oh] : {std::tuple{103, 9, 7, w, h}, {103 + 63, 5, 4, w / 2, h / 2},
+                                                   {103 + 83, 5, 4, w / 2, h / 2}})
+            for (int r = 0; r < oh; ++r)
+                for (int c = 0; c < ow; ++c) out += in[static_cast<size_t>(at + std::min(r, ph - 1) * pw + std::min(c, pw - 1))];
+        return out;
+    };
+    const auto run = RunOk(dir, "--from yuv420p --size 9x7 @/in.yuv @/crop.i420");
+    EXPECT_NE(run.err.find("planes of 9x7, 5x4, 5x4 bytes"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("cropped to 8x4"), std::string::npos) << run.err;
+    EXPECT_EQ(ReadFile(dir.file("crop.i420")).substr(48), picture(8, 4));
+    RunOk(dir, "--from i420 --size 9x7 --pad @/in.yuv @/pad.i420");
+    EXPECT_EQ(ReadFile(dir.file("pad.i420")).substr(144), picture(12, 8));
+}
+
+// A link is written through to its target; a read-only file is replaced only with --force.
+TEST(Output, LinksAreFollowedAndForceReplacesReadOnly) {
+    TempDir dir;
+    RunOk(dir, "--size 16x8 @/direct.raw");
+    WriteFile(dir.file("target.raw"), "old");
+    std::filesystem::create_symlink("target.raw", dir.file("link.raw"));
+    RunOk(dir, "--size 16x8 @/link.raw");
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.file("link.raw")));
+    EXPECT_EQ(ReadFile(dir.file("target.raw")), ReadFile(dir.file("direct.raw")));
+    WriteFile(dir.file("ro.raw"), "old");
+    std::filesystem::permissions(dir.file("ro.raw"), std::filesystem::perms::owner_read);
+    RunOk(dir, "--force --size 16x8 @/ro.raw");
+    EXPECT_EQ(ReadFile(dir.file("ro.raw")), ReadFile(dir.file("direct.raw")));
 }
 
 TEST(Launch, LibraryFoundBesideTheProgramVersionAndHelp) {

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "core/routes.h"
+#include "library.h"
 #include "support.h"
 
 namespace qvc {
@@ -17,6 +19,7 @@ struct FormatCase {
     int tolerance;
 };
 
+void PrintTo(const FormatCase& c, std::ostream* os) { *os << c.format; }
 class EveryFormat : public ::testing::TestWithParam<FormatCase> {};
 // Hand-written bytes decode to their colour; flat 2x2 blocks of colour survive encoding and
 // decoding within the format's precision.
@@ -69,6 +72,80 @@ INSTANTIATE_TEST_SUITE_P(Formats, EveryFormat, ::testing::Values(
     FormatCase{"i422", {{41, 41, 145, 145}, {240, 54}, {110, 34}}, {{0, {0, 0, 255, 255}}, {2, {0, 255, 0, 255}}}, 3}),
     [](const auto& info) { return std::string(info.param.format); });
 // clang-format on
+
+// ---- the operations the tool offers --------------------------------------------------------------
+
+// The tool keeps its own list of operations; it must say what the library's route table says.
+TEST(Operations, MatchTheLibrarysRouteTable) {
+    for (const FormatInfo& s : AllFormats())
+        for (const FormatInfo& d : AllFormats()) {
+            SCOPED_TRACE(std::string(s.name) + " to " + d.name);
+            const OperationInfo info = OperationOf(s.code, d.code);
+            const qv::Route* route = qv::FindRoute(QV_OPERATION(s.code, d.code));
+            ASSERT_EQ(info.exists, route != nullptr);
+            if (route == nullptr) continue;
+            EXPECT_EQ(info.rotates, route->rotations == qv::Rotations::kPlaced);
+            EXPECT_EQ(info.scales, !route->neverScales());
+            EXPECT_EQ(info.refusesRotateScale, route->rotations == qv::Rotations::kOnlyNone);
+        }
+}
+
+// ffmpeg's pixel-format names mean the same memory order here.
+TEST(Formats, FfmpegNamesKeepFfmpegsMeaning) {
+    const std::pair<const char*, int> names[] = {
+        {"yuv420p", QV_FORMAT_YCBCR420}, {"yuv422p", QV_FORMAT_YCBCR422}, {"yuv444p", QV_FORMAT_YCBCR444},
+        {"rgb565le", QV_FORMAT_RGB565},  {"bgr24", QV_FORMAT_RGB888},     {"bgra", QV_FORMAT_ARGB32},
+        {"rgba", QV_FORMAT_ABGR32},      {"yuyv422", QV_FORMAT_YUY2},     {"uyvy422", QV_FORMAT_UYVY},
+        {"nv12", QV_FORMAT_NV12}};
+    for (const auto& [name, code] : names) EXPECT_EQ(FindFormat(name)->code, code) << name;
+}
+
+// The filter the tool names is checked against the library's pictures: two interpolation codes
+// the tool gives the same filter make the same bytes, and different filters different bytes.
+TEST(Operations, ScalingFilterNamedIsTheOneThatRuns) {
+    Library library;
+    ASSERT_EQ(library.Load(QV_LIBRARY_PATH), "");
+    const int32_t sizes[][4] = {{32, 16, 48, 40}, {64, 48, 40, 24}, {64, 48, 48, 56}, {32, 16, 80, 32},
+                                {32, 16, 64, 32}, {32, 16, 48, 8},  {320, 240, 480, 272}};
+    for (const FormatInfo& s : AllFormats())
+        for (const FormatInfo& d : AllFormats()) {
+            if (!OperationOf(s.code, d.code).scales) continue;
+            for (const auto& z : sizes)
+                for (uint32_t rotation : {QV_ROTATE_NONE, QV_ROTATE_90_CW}) {
+                    SCOPED_TRACE(std::string(s.name) + " to " + d.name + " " + SizeText(z[2], z[3]) + " rotation " +
+                                 std::to_string(rotation));
+                    const bool quarter = rotation == QV_ROTATE_90_CW;
+                    if (quarter && !OperationOf(s.code, d.code).rotates) continue;
+                    const Frame in = qvtest::PatternFrame(s.name, z[0], z[1], 0, Padding::kSource);
+                    std::vector<std::pair<Scaling, std::string>> runs;
+                    for (uint32_t interp = 0; interp < 4; ++interp) {
+                        QvCreateParams params = {};
+                        params.structSize = sizeof params;
+                        params.operation = QV_OPERATION(s.code, d.code);
+                        params.rotation = rotation;
+                        params.interpolation = interp;
+                        params.srcWidth = z[0];
+                        params.srcHeight = z[1];
+                        params.dstWidth = z[2];
+                        params.dstHeight = z[3];
+                        params.alpha = 255;
+                        Context context(library.functions());
+                        std::string printed;
+                        ASSERT_EQ(context.Create(params, &printed), QV_S_OK);
+                        Frame out;
+                        AllocateFrame(out, d, quarter ? z[3] : z[2], quarter ? z[2] : z[3], Padding::kTight);
+                        ASSERT_EQ(context.Process(in, out, 0), QV_S_OK);
+                        runs.emplace_back(ScalingOf(s.code, d.code, rotation, interp, z[0], z[1], z[2], z[3]),
+                                          qvtest::Bytes(out));
+                    }
+                    for (size_t a = 0; a < runs.size(); ++a)
+                        for (size_t b = a + 1; b < runs.size(); ++b)
+                            EXPECT_EQ(runs[a].first == runs[b].first, runs[a].second == runs[b].second)
+                                << ScalingName(runs[a].first) << " (" << a << ") and " << ScalingName(runs[b].first)
+                                << " (" << b << ")";
+                }
+        }
+}
 
 // ---- Y4M headers ---------------------------------------------------------------------------------
 

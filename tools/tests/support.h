@@ -126,12 +126,14 @@ inline std::string Bytes(const qvc::Frame& frame) {
     return out;
 }
 
-// The tool's test pattern encoded here as its pattern source makes it.
-inline qvc::Frame PatternFrame(const char* format, int32_t w, int32_t h, int64_t index = 0) {
+// The tool's test pattern encoded here as its pattern source makes it (kSource: with the room below
+// the picture that the library's source frames need).
+inline qvc::Frame PatternFrame(const char* format, int32_t w, int32_t h, int64_t index = 0,
+                               qvc::Padding padding = qvc::Padding::kTight) {
     qvc::RgbaImage image;
     qvc::DrawPattern(image, w, h, index, false);
     qvc::Frame frame;
-    qvc::AllocateFrame(frame, *qvc::FindFormat(format), w, h, qvc::Padding::kTight);
+    qvc::AllocateFrame(frame, *qvc::FindFormat(format), w, h, padding);
     qvc::EncodeImage(image, frame);
     return frame;
 }

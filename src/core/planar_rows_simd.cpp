@@ -1,0 +1,253 @@
+// Vector variants of the byte-moving kernels (planar_rows.h), one source for every Highway target.
+//
+// Transposes work on strips of 16 rows: each 128-bit block of a row vector is one 16x16 tile, and
+// four rounds of byte interleaves (rows i and i + 8 each round) leave column k of every tile in
+// vector k. Reversed rows reverse the bytes of each 64-bit lane with a byte shuffle, then the
+// lanes. The last strip, column run or chunk of a row is moved back so that it ends at the edge:
+// it rewrites bytes already written with the same values, and no vector touches a byte outside
+// the rows. Sizes below one 128-bit vector go through the scalar references.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/planar_rows_simd.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "core/kernel_table.h"
+#include "core/planar_rows.h"
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+HWY_BEFORE_NAMESPACE();
+namespace qv {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using DFull = hn::ScalableTag<uint8_t>;
+using D128 = hn::Full128<uint8_t>;
+
+// Stores the 16-byte blocks of v to p, p + blockStep, p + 2 x blockStep, ...
+template <class D>
+HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, uint8_t* p, ptrdiff_t blockStep) {
+    if constexpr (hn::MaxLanes(D()) <= 16) {
+        hn::StoreU(v, d, p);
+    } else {
+        const hn::Half<D> dh;
+        StoreBlocks(dh, hn::LowerHalf(dh, v), p, blockStep);
+        StoreBlocks(dh, hn::UpperHalf(dh, v), p + blockStep * static_cast<ptrdiff_t>(hn::MaxLanes(D()) / 32),
+                    blockStep);
+    }
+}
+
+// Transposes the 16 rows x Lanes(d) columns at src into Lanes(d) destination rows of 16 bytes.
+template <class D>
+HWY_INLINE void TransposeStrip(D d, const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch) {
+    using V = hn::Vec<D>;
+    V a[16], b[16];
+    for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, src + i * srcPitch);
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 8; ++i) {
+            b[2 * i] = hn::InterleaveLower(d, a[i], a[i + 8]);
+            b[2 * i + 1] = hn::InterleaveUpper(d, a[i], a[i + 8]);
+        }
+        for (int i = 0; i < 8; ++i) {
+            a[2 * i] = hn::InterleaveLower(d, b[i], b[i + 8]);
+            a[2 * i + 1] = hn::InterleaveUpper(d, b[i], b[i + 8]);
+        }
+    }
+    for (int k = 0; k < 16; ++k) StoreBlocks(d, a[k], dst + k * dstPitch, 16 * dstPitch);
+}
+
+// Columns x0 .. width - 1 of one strip in vectors of d; returns false if the strip is narrower
+// than one vector.
+template <class D>
+HWY_INLINE bool TransposeColumns(D d, const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch,
+                                 int32_t width) {
+    const int32_t n = static_cast<int32_t>(hn::Lanes(d));
+    if (width < n) return false;
+    for (int32_t x = 0;; x += n) {
+        if (x > width - n) x = width - n;
+        TransposeStrip(d, src + x, srcPitch, dst + x * dstPitch, dstPitch);
+        if (x == width - n) return true;
+    }
+}
+
+void Transpose(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch, int32_t width,
+               int32_t height) {
+    if (height < 16 || width < 16) return planar::Transpose(src, srcPitch, dst, dstPitch, width, height);
+    for (int32_t y = 0;; y += 16) {
+        if (y > height - 16) y = height - 16;
+        const uint8_t* s = src + y * srcPitch;
+        uint8_t* d = dst + y;
+        if (!TransposeColumns(DFull(), s, srcPitch, d, dstPitch, width))
+            TransposeColumns(D128(), s, srcPitch, d, dstPitch, width);
+        if (y == height - 16) return;
+    }
+}
+
+template <class D>
+HWY_INLINE hn::Vec<D> ReverseBytes(D d, hn::Vec<D> v) {
+    // Within each 64-bit lane first (the shuffle indexes within 128-bit blocks), then the lanes.
+    alignas(16) static constexpr uint8_t kLane[16] = {7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8};
+    const hn::Repartition<uint64_t, D> d64;
+    const hn::Vec<D> idx = hn::BitCast(d, hn::LoadDup128(hn::Repartition<uint8_t, D>(), kLane));
+    return hn::BitCast(d, hn::Reverse(d64, hn::BitCast(d64, hn::TableLookupBytes(v, idx))));
+}
+
+#if HWY_TARGET == HWY_AVX3_DL
+// With VBMI one byte permutation reverses the 64 bytes.
+HWY_INLINE hn::Vec512<uint8_t> ReverseBytes(hn::Full512<uint8_t>, hn::Vec512<uint8_t> v) {
+    const __m512i idx = _mm512_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                        22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41,
+                                        42, 43, 44, 45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61,
+                                        62, 63);
+    return hn::Vec512<uint8_t>{_mm512_permutexvar_epi8(idx, v.raw)};
+}
+#endif
+
+template <class D>
+HWY_INLINE bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::StoreU(ReverseBytes(d, hn::LoadU(d, src + (n - lanes - i))), d, dst + i);
+        if (i == n - lanes) return true;
+    }
+}
+
+void Reverse(const uint8_t* src, uint8_t* dst, int32_t n) {
+    if (!ReverseIn(DFull(), src, dst, n) && !ReverseIn(D128(), src, dst, n)) planar::Reverse(src, dst, n);
+}
+
+// Pixel pairs in vectors of d: `pack(d, y even, y odd, cb, cr, out)`.
+template <class D, class Pack>
+HWY_INLINE bool PackIn(D d, const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n,
+                       Pack pack) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::Vec<D> even, odd;
+        hn::LoadInterleaved2(d, y + 2 * i, even, odd);
+        pack(d, even, odd, hn::LoadU(d, cb + i), hn::LoadU(d, cr + i), out + 4 * i);
+        if (i == n - lanes) return true;
+    }
+}
+
+struct YUY2 {
+    template <class D, class V>
+    HWY_INLINE void operator()(D d, V even, V odd, V cb, V cr, uint8_t* out) const {
+        hn::StoreInterleaved4(even, cb, odd, cr, d, out);
+    }
+};
+struct UYVY {
+    template <class D, class V>
+    HWY_INLINE void operator()(D d, V even, V odd, V cb, V cr, uint8_t* out) const {
+        hn::StoreInterleaved4(cb, even, cr, odd, d, out);
+    }
+};
+
+void PackYUY2(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+    if (!PackIn(DFull(), y, cb, cr, d, n, YUY2()) && !PackIn(D128(), y, cb, cr, d, n, YUY2()))
+        planar::PackYUY2(y, cb, cr, d, n);
+}
+void PackUYVY(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+    if (!PackIn(DFull(), y, cb, cr, d, n, UYVY()) && !PackIn(D128(), y, cb, cr, d, n, UYVY()))
+        planar::PackUYVY(y, cb, cr, d, n);
+}
+
+template <class D>
+HWY_INLINE bool InterleaveIn(D d, const uint8_t* cb, const uint8_t* cr, uint8_t* q, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::StoreInterleaved2(hn::LoadU(d, cb + i), hn::LoadU(d, cr + i), d, q + 2 * i);
+        if (i == n - lanes) return true;
+    }
+}
+void Interleave(const uint8_t* cb, const uint8_t* cr, uint8_t* q, int32_t n) {
+    if (!InterleaveIn(DFull(), cb, cr, q, n) && !InterleaveIn(D128(), cb, cr, q, n))
+        planar::Interleave(cb, cr, q, n);
+}
+
+template <class D>
+HWY_INLINE bool SplitIn(D d, const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (n < lanes) return false;
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        hn::Vec<D> b, r;
+        hn::LoadInterleaved2(d, q + 2 * i, b, r);
+        hn::StoreU(b, d, cb + i);
+        hn::StoreU(r, d, cr + i);
+        if (i == n - lanes) return true;
+    }
+}
+void Split(const uint8_t* q, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (!SplitIn(DFull(), q, cb, cr, n) && !SplitIn(D128(), q, cb, cr, n)) planar::Split(q, cb, cr, n);
+}
+
+void VerticalTaps(const uint8_t* above, const uint8_t* below, int32_t fy, int16_t* out, int32_t n) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d16));
+    if (n < lanes) return planar::VerticalTaps(above, below, fy, out, n);
+    const auto weight = hn::Set(d16, static_cast<int16_t>(fy));
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        const auto a = hn::PromoteTo(d16, hn::LoadU(d8, above + i));
+        const auto b = hn::PromoteTo(d16, hn::LoadU(d8, below + i));
+        hn::StoreU(hn::ShiftRight<4>(hn::Add(hn::ShiftLeft<5>(a), hn::Mul(hn::Sub(b, a), weight))), d16, out + i);
+        if (i == n - lanes) return;
+    }
+}
+
+// Positions, taps and weights in 32-bit lanes; each lane gathers the 32-bit word at its tap,
+// which holds the tap and the one after it.
+void HorizontalTaps(const int16_t* v, uint8_t* out, int32_t n, int32_t c0, int32_t step, int32_t first,
+                    int32_t last) {
+    const hn::ScalableTag<int32_t> d32;
+    const hn::Rebind<uint8_t, decltype(d32)> d8;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    if (n < lanes) return planar::HorizontalTaps(v, out, n, c0, step, first, last);
+    const auto iota = hn::Iota(d32, 0);
+    const auto vstep = hn::Set(d32, step);
+    const auto vfirst = hn::Set(d32, first);
+    const auto vlast = hn::Set(d32, last);
+    const int32_t* words = reinterpret_cast<const int32_t*>(v);
+    for (int32_t i = 0;; i += lanes) {
+        if (i > n - lanes) i = n - lanes;
+        const auto pos = hn::Mul(hn::Add(iota, hn::Set(d32, c0 + i)), vstep);
+        const auto x = hn::ShiftRight<16>(pos);
+        const auto fx = hn::And(hn::ShiftRight<11>(pos), hn::Set(d32, 31));
+        const auto word = hn::GatherOffset(d32, words, hn::ShiftLeft<1>(hn::Sub(x, vfirst)));
+        const auto a = hn::ShiftRight<16>(hn::ShiftLeft<16>(word));
+        const auto b = hn::IfThenElse(hn::Lt(x, vlast), hn::ShiftRight<16>(word), a);
+        const auto tap = hn::ShiftRight<6>(hn::Add(hn::Mul(hn::Sub(b, a), fx), hn::ShiftLeft<5>(a)));
+        hn::StoreU(hn::DemoteTo(d8, tap), d8, out + i);
+        if (i == n - lanes) return;
+    }
+}
+
+}  // namespace
+
+void FillRgbKernels(KernelTable* k);  // rgb_rows_simd.cpp
+
+void FillPlanarKernels(KernelTable* k) {
+    FillRgbKernels(k);
+    k->transpose = &Transpose;
+    k->reverseRow = &Reverse;
+    k->packYUY2 = &PackYUY2;
+    k->packUYVY = &PackUYVY;
+    k->interleaveUV = &Interleave;
+    k->splitUV = &Split;
+    k->verticalTaps = &VerticalTaps;
+    k->horizontalTaps = &HorizontalTaps;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace qv
+HWY_AFTER_NAMESPACE();
+#endif  // vector targets

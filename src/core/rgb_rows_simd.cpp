@@ -1,0 +1,257 @@
+// Vector variants of the packed-RGB row kernels (rgb_rows.h), one source for every Highway target.
+//
+// Every sum is exact in 16-bit lanes: luma's 65 r + 129 g + 25 b + 128 stays below 65536 and each
+// chroma sum stays within -28672 .. 28688. A 32-bit pixel viewed as two 16-bit lanes holds two
+// channels in the low bytes and two in the high bytes, so two multiplications by alternating
+// weights and one addition of the lane halves give the pixel's sum. The last vector of a row is
+// moved back to end at the row's end (rewriting equal bytes); rows shorter than one vector go
+// through the scalar references.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/rgb_rows_simd.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "core/kernel_table.h"
+#include "core/rgb_rows.h"
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+HWY_BEFORE_NAMESPACE();
+// The AVX3_DL target's CPUs (Ice Lake and later) have the 512-bit VNNI instructions, which
+// Highway's target string does not name; GCC adds them to the target (Clang builds, such as the
+// fuzzer's, take the vpmaddwd sums).
+#if HWY_TARGET == HWY_AVX3_DL && HWY_COMPILER_GCC_ACTUAL
+#define QV_VNNI 1
+#pragma GCC target("avx512vnni")
+#else
+#define QV_VNNI 0
+#endif
+namespace qv {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using DU32 = hn::ScalableTag<uint32_t>;
+using DI32 = hn::RebindToSigned<DU32>;
+using DU16 = hn::Repartition<uint16_t, DU32>;
+using DI16 = hn::RebindToSigned<DU16>;
+using DU8Q = hn::Rebind<uint8_t, DU32>;  // one byte per 32-bit lane
+using DU8H = hn::Rebind<uint8_t, DU16>;  // one byte per 16-bit lane
+
+// Runs f(i) for i = 0, step, 2 step, ... with the last call at n - step; false if n < step.
+template <class F>
+HWY_INLINE bool Cover(int32_t n, int32_t step, F f) {
+    if (n < step) return false;
+    for (int32_t i = 0;; i += step) {
+        if (i > n - step) i = n - step;
+        f(i);
+        if (i == n - step) return true;
+    }
+}
+
+// Two weights for the low and high 16-bit halves of each 32-bit lane.
+HWY_INLINE hn::Vec<DU16> Weights(int32_t low, int32_t high) {
+    return hn::BitCast(DU16(), hn::Set(DU32(), (static_cast<uint32_t>(low) & 0xFFFF) |
+                                                    (static_cast<uint32_t>(high) & 0xFFFF) << 16));
+}
+
+// Weighted bytes of 32-bit pixels: in each lane's low half byte 0 x wLow + byte 1 x wHigh, in its
+// high half byte 2 x wLow + byte 3 x wHigh (each weight vector holds a low and a high weight).
+HWY_INLINE hn::Vec<DU16> Products(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<DU16> wHigh) {
+    const DU16 d16;
+    const auto x = hn::BitCast(d16, v);
+    return hn::Add(hn::Mul(hn::And(x, hn::Set(d16, 0xFF)), wLow), hn::Mul(hn::ShiftRight<8>(x), wHigh));
+}
+
+// ---- 32-bit pixels --------------------------------------------------------------------------
+// kRedLow: red is byte 0 (ABGR32), else byte 2 (ARGB32); blue is the other one.
+// A 32-bit pixel's weighted sum: a lane of 4224 + 65 r + 129 g + 25 b for luma (the rounding
+// term and the offset 16 folded together), or 32896 + the chroma sum (128 and the offset 128).
+// Each sum is the pixel's luma or chroma value shifted left by 8.
+#if QV_VNNI
+// VNNI: four unsigned bytes times four signed weights, summed into the 32-bit lane. Green's 129
+// is taken as 64 + 65.
+struct Sums32 {
+    __m512i yA, yB, cb, cr;
+    explicit Sums32(bool redLow) {
+        const auto bytes = [](int w0, int w1, int w2, int w3) {
+            return _mm512_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(w0) & 0xFF) |
+                                                          (static_cast<uint32_t>(w1) & 0xFF) << 8 |
+                                                          (static_cast<uint32_t>(w2) & 0xFF) << 16 |
+                                                          (static_cast<uint32_t>(w3) & 0xFF) << 24));
+        };
+        yA = redLow ? bytes(65, 64, 25, 0) : bytes(25, 64, 65, 0);
+        yB = bytes(0, 65, 0, 0);
+        cb = redLow ? bytes(-38, -74, 112, 0) : bytes(112, -74, -38, 0);
+        cr = redLow ? bytes(112, -94, -18, 0) : bytes(-18, -94, 112, 0);
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Luma(hn::Vec512<uint32_t> v) const {
+        const __m512i acc = _mm512_dpbusd_epi32(_mm512_set1_epi32(4224), v.raw, yA);
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(acc, v.raw, yB)};
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Cb(hn::Vec512<uint32_t> v) const {
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(_mm512_set1_epi32(32896), v.raw, cb)};
+    }
+    HWY_INLINE hn::Vec512<uint32_t> Cr(hn::Vec512<uint32_t> v) const {
+        return hn::Vec512<uint32_t>{_mm512_dpbusd_epi32(_mm512_set1_epi32(32896), v.raw, cr)};
+    }
+};
+#elif HWY_ARCH_X86
+// Bytes 0 and 2 (and 1 and 3) as 16-bit lanes, multiplied by a weight pair and summed pairwise
+// into the 32-bit lane (vpmaddwd).
+struct Sums32 {
+    hn::Vec<DI16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
+    explicit Sums32(bool redLow)
+        : yLow(hn::BitCast(DI16(), redLow ? Weights(65, 25) : Weights(25, 65))),
+          yHigh(hn::BitCast(DI16(), Weights(129, 0))),
+          cbLow(hn::BitCast(DI16(), redLow ? Weights(-38, 112) : Weights(112, -38))),
+          cbHigh(hn::BitCast(DI16(), Weights(-74, 0))),
+          crLow(hn::BitCast(DI16(), redLow ? Weights(112, -18) : Weights(-18, 112))),
+          crHigh(hn::BitCast(DI16(), Weights(-94, 0))) {}
+    HWY_INLINE hn::Vec<DU32> Sum(hn::Vec<DU32> v, int32_t start, hn::Vec<DI16> wLow, hn::Vec<DI16> wHigh) const {
+        const DI16 d16;
+        const DI32 d32;
+        const auto low = hn::And(hn::BitCast(d16, v), hn::Set(d16, 0xFF));
+        const auto high = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(DU16(), v)));
+        hn::Vec<DI32> unused = hn::Zero(d32);
+        auto acc = hn::ReorderWidenMulAccumulate(d32, low, wLow, hn::Set(d32, start), unused);
+        acc = hn::ReorderWidenMulAccumulate(d32, high, wHigh, acc, unused);
+        return hn::BitCast(DU32(), acc);
+    }
+    HWY_INLINE hn::Vec<DU32> Luma(hn::Vec<DU32> v) const { return Sum(v, 4224, yLow, yHigh); }
+    HWY_INLINE hn::Vec<DU32> Cb(hn::Vec<DU32> v) const { return Sum(v, 32896, cbLow, cbHigh); }
+    HWY_INLINE hn::Vec<DU32> Cr(hn::Vec<DU32> v) const { return Sum(v, 32896, crLow, crHigh); }
+};
+#else
+// Two 16-bit multiplications by weight pairs, then the lane halves added (signed for chroma).
+struct Sums32 {
+    hn::Vec<DU16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
+    explicit Sums32(bool redLow)
+        : yLow(redLow ? Weights(65, 25) : Weights(25, 65)),
+          yHigh(Weights(129, 0)),
+          cbLow(redLow ? Weights(-38, 112) : Weights(112, -38)),
+          cbHigh(Weights(-74, 0)),
+          crLow(redLow ? Weights(112, -18) : Weights(-18, 112)),
+          crHigh(Weights(-94, 0)) {}
+    HWY_INLINE hn::Vec<DU32> Luma(hn::Vec<DU32> v) const {
+        const DU32 d32;
+        const auto p = hn::BitCast(d32, Products(v, yLow, yHigh));
+        return hn::Add(hn::Add(hn::And(p, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(p)), hn::Set(d32, 4224));
+    }
+    HWY_INLINE hn::Vec<DU32> Chroma(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<DU16> wHigh) const {
+        const DI32 d32;
+        const auto p = hn::BitCast(d32, Products(v, wLow, wHigh));
+        const auto sum = hn::Add(hn::ShiftRight<16>(hn::ShiftLeft<16>(p)), hn::ShiftRight<16>(p));
+        return hn::BitCast(DU32(), hn::Add(sum, hn::Set(d32, 32896)));
+    }
+    HWY_INLINE hn::Vec<DU32> Cb(hn::Vec<DU32> v) const { return Chroma(v, cbLow, cbHigh); }
+    HWY_INLINE hn::Vec<DU32> Cr(hn::Vec<DU32> v) const { return Chroma(v, crLow, crHigh); }
+};
+#endif
+
+// The value of a sum (below 65536 and not negative) as bytes.
+HWY_INLINE void StoreValues(hn::Vec<DU32> sum, uint8_t* p) {
+    hn::StoreU(hn::DemoteTo(DU8Q(), hn::BitCast(DI32(), hn::ShiftRight<8>(sum))), DU8Q(), p);
+}
+
+template <bool kRedLow>
+void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
+    const DU32 d32;
+    const Sums32 sums(kRedLow);
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    const bool done = Cover(n, lanes, [&](int32_t i) {
+        StoreValues(sums.Luma(hn::LoadU(d32, reinterpret_cast<const uint32_t*>(src) + i)), y + i);
+    });
+    if (!done) rgbrows::Luma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, y, n);
+}
+
+template <bool kRedLow>
+void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    const DU32 d32;
+    const Sums32 sums(kRedLow);
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    const uint32_t* s = reinterpret_cast<const uint32_t*>(src);
+    const bool done = Cover(n, lanes, [&](int32_t i) {
+        // The corner is the second pixel of each pair.
+        const auto corner = hn::ConcatOdd(d32, hn::LoadU(d32, s + 2 * i + lanes), hn::LoadU(d32, s + 2 * i));
+        StoreValues(sums.Cb(corner), cb + i);
+        StoreValues(sums.Cr(corner), cr + i);
+    });
+    if (!done) rgbrows::Chroma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, cb, cr, n);
+}
+
+// ---- RGB565 ---------------------------------------------------------------------------------
+struct Channels565 {
+    hn::Vec<DU16> r, g, b;
+};
+HWY_INLINE Channels565 Unpack565(hn::Vec<DU16> v) {
+    const DU16 d16;
+    return {hn::ShiftLeft<3>(hn::ShiftRight<11>(v)), hn::ShiftLeft<2>(hn::And(hn::ShiftRight<5>(v), hn::Set(d16, 63))),
+            hn::ShiftLeft<3>(hn::And(v, hn::Set(d16, 31)))};
+}
+
+void Luma565(const uint8_t* src, uint8_t* y, int32_t n) {
+    const DU16 d16;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d16));
+    const bool done = Cover(n, lanes, [&](int32_t i) {
+        const Channels565 c = Unpack565(hn::LoadU(d16, reinterpret_cast<const uint16_t*>(src) + i));
+        const auto sum = hn::Add(hn::Add(hn::Mul(c.r, hn::Set(d16, 65)), hn::Mul(c.g, hn::Set(d16, 129))),
+                                 hn::Mul(c.b, hn::Set(d16, 25)));
+        const auto luma = hn::Add(hn::ShiftRight<8>(sum), hn::Set(d16, 16));
+        hn::StoreU(hn::DemoteTo(DU8H(), hn::BitCast(DI16(), luma)), DU8H(), y + i);
+    });
+    if (!done) rgbrows::Luma<rgbrows::FromRGB565>(src, y, n);
+}
+
+void Chroma565(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    const DU16 d16;
+    const DI16 di16;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d16));
+    const uint16_t* s = reinterpret_cast<const uint16_t*>(src);
+    const bool done = Cover(n, lanes, [&](int32_t i) {
+        // The corner is the first pixel of each pair.
+        const Channels565 c = Unpack565(hn::ConcatEven(d16, hn::LoadU(d16, s + 2 * i + lanes), hn::LoadU(d16, s + 2 * i)));
+        const auto r = hn::BitCast(di16, c.r), g = hn::BitCast(di16, c.g), b = hn::BitCast(di16, c.b);
+        const auto vcb = hn::Sub(hn::Sub(hn::Mul(b, hn::Set(di16, 112)), hn::Mul(r, hn::Set(di16, 38))),
+                                 hn::Mul(g, hn::Set(di16, 74)));
+        const auto vcr = hn::Sub(hn::Sub(hn::Mul(r, hn::Set(di16, 112)), hn::Mul(g, hn::Set(di16, 94))),
+                                 hn::Mul(b, hn::Set(di16, 18)));
+        hn::StoreU(hn::DemoteTo(DU8H(), hn::Add(hn::ShiftRight<8>(vcb), hn::Set(di16, 128))), DU8H(), cb + i);
+        hn::StoreU(hn::DemoteTo(DU8H(), hn::Add(hn::ShiftRight<8>(vcr), hn::Set(di16, 128))), DU8H(), cr + i);
+    });
+    if (!done) rgbrows::Chroma<rgbrows::FromRGB565>(src, cb, cr, n);
+}
+
+void Widen565(const uint8_t* src, uint8_t* dst, int32_t n, uint32_t alphaBits) {
+    const DU32 d32;
+    const hn::Rebind<uint16_t, DU32> d16;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    const auto alpha = hn::Set(d32, alphaBits);
+    const bool done = Cover(n, lanes, [&](int32_t i) {
+        const auto p = hn::PromoteTo(d32, hn::LoadU(d16, reinterpret_cast<const uint16_t*>(src) + i));
+        const auto w = hn::Or(hn::Or(hn::ShiftLeft<8>(hn::And(p, hn::Set(d32, 0xF800))),
+                                     hn::And(hn::ShiftLeft<5>(p), hn::Set(d32, 0xFC00))),
+                              hn::Or(hn::And(hn::ShiftLeft<3>(p), hn::Set(d32, 0xF8)), alpha));
+        hn::StoreU(w, d32, reinterpret_cast<uint32_t*>(dst) + i);
+    });
+    if (!done) rgbrows::Widen565(src, dst, n, alphaBits);
+}
+
+}  // namespace
+
+void FillRgbKernels(KernelTable* k) {
+    k->lumaFromRGB565 = &Luma565;
+    k->lumaFromARGB32 = &Luma32<false>;
+    k->lumaFromABGR32 = &Luma32<true>;
+    k->chromaFromRGB565 = &Chroma565;
+    k->chromaFromARGB32 = &Chroma32<false>;
+    k->chromaFromABGR32 = &Chroma32<true>;
+    k->widenRGB565 = &Widen565;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace qv
+#undef QV_VNNI
+HWY_AFTER_NAMESPACE();
+#endif  // vector targets

@@ -7,6 +7,8 @@
 // it rewrites bytes already written with the same values, and no vector touches a byte outside
 // the rows. Sizes below one 128-bit vector go through the scalar references.
 
+#include "core/simd_targets.h"  // before foreach_target
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/planar_rows_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -25,6 +27,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using DFull = hn::ScalableTag<uint8_t>;
 using D128 = hn::Full128<uint8_t>;
+// The transpose's widest vectors. StoreBlocks places blocks by the vector's compile-time length,
+// which SVE vectors do not have: there each vector is one 16x16 tile.
+#if HWY_HAVE_SCALABLE
+using DTile = D128;
+#else
+using DTile = DFull;
+#endif
 
 // Stores the 16-byte blocks of v to p, p + blockStep, p + 2 x blockStep, ...
 template <class D>
@@ -39,23 +48,37 @@ HWY_INLINE void StoreBlocks(D d, hn::Vec<D> v, uint8_t* p, ptrdiff_t blockStep) 
     }
 }
 
+// One round of the transpose: vectors 2i and 2i + 1 become the interleaved lower and upper halves
+// of each block of vectors i and i + 8. SVE vectors cannot be array elements, so the 16 are named.
+template <class D, class V>
+HWY_INLINE void InterleaveRound(D d, V& v0, V& v1, V& v2, V& v3, V& v4, V& v5, V& v6, V& v7, V& v8, V& v9, V& v10,
+                                V& v11, V& v12, V& v13, V& v14, V& v15) {
+    const V w0 = hn::InterleaveLower(d, v0, v8), w1 = hn::InterleaveUpper(d, v0, v8);
+    const V w2 = hn::InterleaveLower(d, v1, v9), w3 = hn::InterleaveUpper(d, v1, v9);
+    const V w4 = hn::InterleaveLower(d, v2, v10), w5 = hn::InterleaveUpper(d, v2, v10);
+    const V w6 = hn::InterleaveLower(d, v3, v11), w7 = hn::InterleaveUpper(d, v3, v11);
+    const V w8 = hn::InterleaveLower(d, v4, v12), w9 = hn::InterleaveUpper(d, v4, v12);
+    const V w10 = hn::InterleaveLower(d, v5, v13), w11 = hn::InterleaveUpper(d, v5, v13);
+    const V w12 = hn::InterleaveLower(d, v6, v14), w13 = hn::InterleaveUpper(d, v6, v14);
+    const V w14 = hn::InterleaveLower(d, v7, v15), w15 = hn::InterleaveUpper(d, v7, v15);
+    v0 = w0, v1 = w1, v2 = w2, v3 = w3, v4 = w4, v5 = w5, v6 = w6, v7 = w7;
+    v8 = w8, v9 = w9, v10 = w10, v11 = w11, v12 = w12, v13 = w13, v14 = w14, v15 = w15;
+}
+
 // Transposes the 16 rows x Lanes(d) columns at src into Lanes(d) destination rows of 16 bytes.
 template <class D>
 HWY_INLINE void TransposeStrip(D d, const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t dstPitch) {
     using V = hn::Vec<D>;
-    V a[16], b[16];
-    for (int i = 0; i < 16; ++i) a[i] = hn::LoadU(d, src + i * srcPitch);
-    for (int round = 0; round < 2; ++round) {
-        for (int i = 0; i < 8; ++i) {
-            b[2 * i] = hn::InterleaveLower(d, a[i], a[i + 8]);
-            b[2 * i + 1] = hn::InterleaveUpper(d, a[i], a[i + 8]);
-        }
-        for (int i = 0; i < 8; ++i) {
-            a[2 * i] = hn::InterleaveLower(d, b[i], b[i + 8]);
-            a[2 * i + 1] = hn::InterleaveUpper(d, b[i], b[i + 8]);
-        }
-    }
-    for (int k = 0; k < 16; ++k) StoreBlocks(d, a[k], dst + k * dstPitch, 16 * dstPitch);
+    const auto row = [&](int i) { return hn::LoadU(d, src + i * srcPitch); };
+    V v0 = row(0), v1 = row(1), v2 = row(2), v3 = row(3), v4 = row(4), v5 = row(5), v6 = row(6), v7 = row(7);
+    V v8 = row(8), v9 = row(9), v10 = row(10), v11 = row(11), v12 = row(12), v13 = row(13), v14 = row(14),
+      v15 = row(15);
+    for (int round = 0; round < 4; ++round)
+        InterleaveRound(d, v0, v1, v2, v3, v4, v5, v6, v7, v8, v9, v10, v11, v12, v13, v14, v15);
+    const auto column = [&](int k, V v) { StoreBlocks(d, v, dst + k * dstPitch, 16 * dstPitch); };
+    column(0, v0), column(1, v1), column(2, v2), column(3, v3), column(4, v4), column(5, v5), column(6, v6);
+    column(7, v7), column(8, v8), column(9, v9), column(10, v10), column(11, v11), column(12, v12);
+    column(13, v13), column(14, v14), column(15, v15);
 }
 
 // Columns x0 .. width - 1 of one strip in vectors of d; returns false if the strip is narrower
@@ -79,7 +102,7 @@ void Transpose(const uint8_t* src, ptrdiff_t srcPitch, uint8_t* dst, ptrdiff_t d
         if (y > height - 16) y = height - 16;
         const uint8_t* s = src + y * srcPitch;
         uint8_t* d = dst + y;
-        if (!TransposeColumns(DFull(), s, srcPitch, d, dstPitch, width))
+        if (!TransposeColumns(DTile(), s, srcPitch, d, dstPitch, width))
             TransposeColumns(D128(), s, srcPitch, d, dstPitch, width);
         if (y == height - 16) return;
     }
@@ -105,8 +128,15 @@ HWY_INLINE hn::Vec512<uint8_t> ReverseBytes(hn::Full512<uint8_t>, hn::Vec512<uin
 }
 #endif
 
+// For SVE a function of its own: GCC 12 fails (an internal compiler error) when the loops of both
+// vector sizes are inlined into one SVE function.
 template <class D>
-HWY_INLINE bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
+#if HWY_HAVE_SCALABLE
+HWY_NOINLINE
+#else
+HWY_INLINE
+#endif
+bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
     if (n < lanes) return false;
     for (int32_t i = 0;; i += lanes) {

@@ -7,6 +7,8 @@
 // moved back to end at the row's end (rewriting equal bytes); rows shorter than one vector go
 // through the scalar references.
 
+#include "core/simd_targets.h"  // before foreach_target
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/rgb_rows_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -124,24 +126,30 @@ struct Sums32 {
     HWY_INLINE hn::Vec<DU32> Cr(hn::Vec<DU32> v) const { return Sum(v, 32896, crLow, crHigh); }
 };
 #else
-// Two 16-bit multiplications by weight pairs, then the lane halves added (signed for chroma).
+// Two 16-bit multiplications by weight pairs, then the lane halves added (signed for chroma). The
+// pairs are held as scalars (SVE vectors cannot be members) and broadcast where used; the
+// broadcasts are the same in every iteration and leave the loop.
 struct Sums32 {
-    hn::Vec<DU16> yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
+    static constexpr uint32_t Pair(int32_t low, int32_t high) {
+        return (static_cast<uint32_t>(low) & 0xFFFF) | (static_cast<uint32_t>(high) & 0xFFFF) << 16;
+    }
+    uint32_t yLow, yHigh, cbLow, cbHigh, crLow, crHigh;
     explicit Sums32(bool redLow)
-        : yLow(redLow ? Weights(65, 25) : Weights(25, 65)),
-          yHigh(Weights(129, 0)),
-          cbLow(redLow ? Weights(-38, 112) : Weights(112, -38)),
-          cbHigh(Weights(-74, 0)),
-          crLow(redLow ? Weights(112, -18) : Weights(-18, 112)),
-          crHigh(Weights(-94, 0)) {}
+        : yLow(redLow ? Pair(65, 25) : Pair(25, 65)),
+          yHigh(Pair(129, 0)),
+          cbLow(redLow ? Pair(-38, 112) : Pair(112, -38)),
+          cbHigh(Pair(-74, 0)),
+          crLow(redLow ? Pair(112, -18) : Pair(-18, 112)),
+          crHigh(Pair(-94, 0)) {}
+    static HWY_INLINE hn::Vec<DU16> Weights(uint32_t pair) { return hn::BitCast(DU16(), hn::Set(DU32(), pair)); }
     HWY_INLINE hn::Vec<DU32> Luma(hn::Vec<DU32> v) const {
         const DU32 d32;
-        const auto p = hn::BitCast(d32, Products(v, yLow, yHigh));
+        const auto p = hn::BitCast(d32, Products(v, Weights(yLow), Weights(yHigh)));
         return hn::Add(hn::Add(hn::And(p, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(p)), hn::Set(d32, 4224));
     }
-    HWY_INLINE hn::Vec<DU32> Chroma(hn::Vec<DU32> v, hn::Vec<DU16> wLow, hn::Vec<DU16> wHigh) const {
+    HWY_INLINE hn::Vec<DU32> Chroma(hn::Vec<DU32> v, uint32_t wLow, uint32_t wHigh) const {
         const DI32 d32;
-        const auto p = hn::BitCast(d32, Products(v, wLow, wHigh));
+        const auto p = hn::BitCast(d32, Products(v, Weights(wLow), Weights(wHigh)));
         const auto sum = hn::Add(hn::ShiftRight<16>(hn::ShiftLeft<16>(p)), hn::ShiftRight<16>(p));
         return hn::BitCast(DU32(), hn::Add(sum, hn::Set(d32, 32896)));
     }
@@ -182,22 +190,23 @@ void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
 }
 
 // ---- RGB565 ---------------------------------------------------------------------------------
-struct Channels565 {
-    hn::Vec<DU16> r, g, b;
-};
-HWY_INLINE Channels565 Unpack565(hn::Vec<DU16> v) {
+// The channels of RGB565 pixels, each as the 8-bit value it stands for (through references: SVE
+// vectors cannot be members of a returned class).
+HWY_INLINE void Unpack565(hn::Vec<DU16> v, hn::Vec<DU16>& r, hn::Vec<DU16>& g, hn::Vec<DU16>& b) {
     const DU16 d16;
-    return {hn::ShiftLeft<3>(hn::ShiftRight<11>(v)), hn::ShiftLeft<2>(hn::And(hn::ShiftRight<5>(v), hn::Set(d16, 63))),
-            hn::ShiftLeft<3>(hn::And(v, hn::Set(d16, 31)))};
+    r = hn::ShiftLeft<3>(hn::ShiftRight<11>(v));
+    g = hn::ShiftLeft<2>(hn::And(hn::ShiftRight<5>(v), hn::Set(d16, 63)));
+    b = hn::ShiftLeft<3>(hn::And(v, hn::Set(d16, 31)));
 }
 
 void Luma565(const uint8_t* src, uint8_t* y, int32_t n) {
     const DU16 d16;
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d16));
     const bool done = Cover(n, lanes, [&](int32_t i) {
-        const Channels565 c = Unpack565(hn::LoadU(d16, reinterpret_cast<const uint16_t*>(src) + i));
-        const auto sum = hn::Add(hn::Add(hn::Mul(c.r, hn::Set(d16, 65)), hn::Mul(c.g, hn::Set(d16, 129))),
-                                 hn::Mul(c.b, hn::Set(d16, 25)));
+        hn::Vec<DU16> r, g, b;
+        Unpack565(hn::LoadU(d16, reinterpret_cast<const uint16_t*>(src) + i), r, g, b);
+        const auto sum = hn::Add(hn::Add(hn::Mul(r, hn::Set(d16, 65)), hn::Mul(g, hn::Set(d16, 129))),
+                                 hn::Mul(b, hn::Set(d16, 25)));
         const auto luma = hn::Add(hn::ShiftRight<8>(sum), hn::Set(d16, 16));
         hn::StoreU(hn::DemoteTo(DU8H(), hn::BitCast(DI16(), luma)), DU8H(), y + i);
     });
@@ -211,8 +220,9 @@ void Chroma565(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
     const uint16_t* s = reinterpret_cast<const uint16_t*>(src);
     const bool done = Cover(n, lanes, [&](int32_t i) {
         // The corner is the first pixel of each pair.
-        const Channels565 c = Unpack565(hn::ConcatEven(d16, hn::LoadU(d16, s + 2 * i + lanes), hn::LoadU(d16, s + 2 * i)));
-        const auto r = hn::BitCast(di16, c.r), g = hn::BitCast(di16, c.g), b = hn::BitCast(di16, c.b);
+        hn::Vec<DU16> ur, ug, ub;
+        Unpack565(hn::ConcatEven(d16, hn::LoadU(d16, s + 2 * i + lanes), hn::LoadU(d16, s + 2 * i)), ur, ug, ub);
+        const auto r = hn::BitCast(di16, ur), g = hn::BitCast(di16, ug), b = hn::BitCast(di16, ub);
         const auto vcb = hn::Sub(hn::Sub(hn::Mul(b, hn::Set(di16, 112)), hn::Mul(r, hn::Set(di16, 38))),
                                  hn::Mul(g, hn::Set(di16, 74)));
         const auto vcr = hn::Sub(hn::Sub(hn::Mul(r, hn::Set(di16, 112)), hn::Mul(g, hn::Set(di16, 94))),

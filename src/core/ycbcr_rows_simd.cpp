@@ -13,12 +13,7 @@
 // Each kernel covers whole vectors and leaves the rest of the row to its scalar reference, so
 // no vector touches a byte past the row.
 
-// 32-bit ARM whose baseline lacks NEON (Debian's armhf): Highway 1.0.3 compiles NEON kernels for
-// it but never reports NEON at run time there, so they would be dead code; the scalar references
-// serve. A build that assumes NEON (QV_ARM_NEON) has it as its static target instead.
-#if defined(__arm__) && !defined(__ARM_NEON) && !defined(HWY_DISABLED_TARGETS)
-#define HWY_DISABLED_TARGETS HWY_NEON
-#endif
+#include "core/simd_targets.h"  // before foreach_target
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/ycbcr_rows_simd.cpp"

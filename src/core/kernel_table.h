@@ -27,6 +27,18 @@ using RowPairKernel = void (*)(const uint8_t* y0, const uint8_t* y1, const uint8
 using RowKernel = void (*)(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t width,
                            const ConvTables& t, uint32_t arg);
 
+// The deinterlacer's kernels (deinterlace/deinterlace_rows.h says what each computes). Line
+// kernels take `count` bytes of each line; the block kernels take arrays of line pointers and a
+// width in bytes, a multiple of 8.
+using DeintAverageKernel = void (*)(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count);
+using DeintFiveTapKernel = void (*)(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
+                                    const uint8_t* m1, const uint8_t* lum, int32_t count);
+using DeintFiveTapInPlaceKernel = void (*)(uint8_t* m4, const uint8_t* m3, uint8_t* m2, const uint8_t* m1,
+                                           const uint8_t* lum, int32_t count);
+using DeintBlockRowKernel = void (*)(uint8_t* const dst[8], const uint8_t* const src[10], int32_t width);
+using DeintStripRowKernel = void (*)(uint8_t* const dst[8], const uint8_t* const src[8], int32_t width,
+                                     int32_t height);
+
 struct KernelTable {
     const char* name;  // the kernel set: "scalar" or the vector target, e.g. "AVX3_DL"
     // 4:2:0 row pairs.
@@ -40,6 +52,12 @@ struct KernelTable {
     RowKernel row444ToRGB565;
     RowKernel row444ToRGB888;
     RowKernel row444ToARGB32;     // arg: alpha
+    // Deinterlacer.
+    DeintAverageKernel deintAverage;              // Merge: the simple modes' averaged lines
+    DeintFiveTapKernel deintFiveTap;              // the fast filter's odd lines
+    DeintFiveTapInPlaceKernel deintFiveTapInPlace;
+    DeintBlockRowKernel deintBlockRow;            // block mode: a row of 8x8 blocks
+    DeintStripRowKernel deintStripRow;            // block mode: the bottom block row
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -514,6 +514,9 @@ void Row(const uint8_t* y0, const uint8_t* cb, const uint8_t* cr, uint8_t* d0, i
 
 }  // namespace
 
+// The deinterlacer's entries (deinterlace/deinterlace_simd.cpp).
+void FillDeinterlaceKernels(KernelTable* k);
+
 void FillKernels(KernelTable* k) {
     k->name = hwy::TargetName(HWY_TARGET);
     k->pairToRGB565 = &RowPair<VecRGB565>;
@@ -525,6 +528,7 @@ void FillKernels(KernelTable* k) {
     k->row444ToRGB565 = &Row<VecRGB565, 0>;
     k->row444ToRGB888 = &Row<VecRGB888, 0>;
     k->row444ToARGB32 = &Row<VecARGB32, 0>;
+    FillDeinterlaceKernels(k);
 }
 
 }  // namespace HWY_NAMESPACE

@@ -15,6 +15,7 @@
 
 #include "core/kernel_table.h"
 #include "core/qv_routines.h"
+#include "deinterlace_check.h"
 
 namespace {
 
@@ -199,6 +200,8 @@ int main(int argc, char** argv) {
         }
     }
 
+    CheckDeinterlaceKernels(sets, count, rng, &passed, &failed);
+
     if (bench) {
         std::printf("\nns per pixel at 1920 pixels, neutral setting (speed-up over scalar)\n%-16s %8s", "kernel", "scalar");
         for (int i = 0; i < count; ++i) std::printf(" %16s", sets[i].table.name);
@@ -212,6 +215,7 @@ int main(int argc, char** argv) {
             }
             std::printf("\n");
         }
+        BenchDeinterlaceKernels(sets, count);
     }
     std::printf("kernel check: %d passed, %d failed\n", passed, failed);
     return failed == 0 ? 0 : 1;

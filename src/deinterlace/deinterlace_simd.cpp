@@ -32,6 +32,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "core/kernel_table.h"
 #include "deinterlace/deinterlace_rows.h"
@@ -340,6 +341,21 @@ void BlockRow(uint8_t* const dst[8], const uint8_t* const src[10], int32_t width
 
 // ---- block mode: the bottom block row ---------------------------------------------------------------
 
+// Line k >= height of the bottom block row, below the strips: their detectors read only the
+// first `height` (2, 4 or 6) pixels of each block there, and so does this (the other lanes are 0).
+template <class D8>
+HWY_INLINE hn::Vec<D8> BelowStrips(D8 d8, const uint8_t* line, int32_t height) {
+    alignas(64) uint8_t pixels[HWY_MAX_BYTES] = {};
+    for (size_t b = 0; b < hn::Lanes(d8); b += deint::kBlock) {
+        switch (height) {
+            case 2: std::memcpy(pixels + b, line + b, 2); break;
+            case 4: std::memcpy(pixels + b, line + b, 4); break;
+            default: std::memcpy(pixels + b, line + b, 6); break;
+        }
+    }
+    return hn::Load(d8, pixels);
+}
+
 template <class D8>
 void StripVector(D8 d8, uint8_t* const dst[8], const uint8_t* const src[8], int32_t x, int32_t height) {
     const D16<D8> d16;
@@ -347,11 +363,14 @@ void StripVector(D8 d8, uint8_t* const dst[8], const uint8_t* const src[8], int3
     // Only the first `height` pixels of each block are summed.
     const V16<D8> inStrip = hn::VecFromMask(
         d16, hn::Lt(hn::And(hn::Iota(d16, 0), hn::Set(d16, int16_t{7})), hn::Set(d16, static_cast<int16_t>(height))));
+    const auto line = [&](int32_t k) {
+        return k < height ? hn::LoadU(d8, src[k] + x) : BelowStrips(d8, src[k] + x, height);
+    };
     const auto combedPair = [&](int32_t y) {
         V16<D8> l0, u0, l1, u1, l2, u2;
-        Widen(d8, hn::LoadU(d8, src[y] + x), l0, u0);
-        Widen(d8, hn::LoadU(d8, src[y + 1] + x), l1, u1);
-        Widen(d8, hn::LoadU(d8, src[y + 2] + x), l2, u2);
+        Widen(d8, line(y), l0, u0);
+        Widen(d8, line(y + 1), l1, u1);
+        Widen(d8, line(y + 2), l2, u2);
         const auto sq = [&](V16<D8> a, V16<D8> b) { return SumSquares(d8, hn::And(hn::Sub(a, b), inStrip)); };
         const V32<D8> fr = BlockSums(d8, sq(l0, l1), sq(u0, u1));
         const V32<D8> ff = BlockSums(d8, sq(l0, l2), sq(u0, u2));

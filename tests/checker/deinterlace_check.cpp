@@ -1,7 +1,8 @@
 // The kernel checker's part for the deinterlacer's kernels: every vector set's deint* entries
 // against the scalar references, byte for byte. Each source line and each destination line is a
 // block of its own (the sanitizer build sees a read past a line's end; the bytes before a line's
-// offset are poisoned there too), destinations with guard bytes on both sides. Lines of every
+// offset are poisoned there too, and so are the bytes below the bottom strips that their
+// detectors do not read), destinations with guard bytes on both sides. Lines of every
 // width from the kernel's minimum to 130, then random widths (past the 512 columns of a direction
 // segment too) and offsets 0-63. Block-mode rows mix blocks that are noise, smooth with a little
 // noise (around the detector's thresholds), combed, edges running diagonally either way, and flat
@@ -38,9 +39,14 @@ public:
     SourceLine(int offset, int width) : offset_(offset), bytes_(static_cast<size_t>(offset + width)) {}
     SourceLine(const SourceLine&) = delete;
     SourceLine& operator=(const SourceLine&) = delete;
-    ~SourceLine() { QV_UNPOISON(bytes_.data(), static_cast<size_t>(offset_)); }
+    ~SourceLine() { QV_UNPOISON(bytes_.data(), bytes_.size()); }
     uint8_t* data() { return bytes_.data() + offset_; }
+    int size() const { return static_cast<int>(bytes_.size()) - offset_; }
     void Seal() { QV_POISON(bytes_.data(), static_cast<size_t>(offset_)); }
+    // Poisons the bytes of each 8-byte block from `keep` on (the line's offset a multiple of 8).
+    void PoisonBlockTails(int keep) {
+        for (int b = 0; b + keep < size(); b += 8) QV_POISON(data() + b + keep, static_cast<size_t>(8 - keep));
+    }
 
 private:
     int offset_;
@@ -55,8 +61,10 @@ struct DestLine {
     uint8_t* data() { return bytes.data() + kGuard + offset; }
 };
 
-// The pixels of one block-mode source row: each 8-column block filled in one of several styles.
-void FillBlockRows(std::vector<uint8_t*>& lines, int width, std::mt19937& rng) {
+// The pixels of a block-mode source row: each 8-column block filled in one of several styles.
+void FillBlockRows(std::vector<std::vector<uint8_t>>& pixels, int width, std::mt19937& rng) {
+    std::vector<uint8_t*> lines;
+    for (auto& p : pixels) lines.push_back(p.data());
     const int rows = static_cast<int>(lines.size());
     // Mostly a mix; sometimes the whole row in one style, so that whole vectors are alike.
     const int rowStyle = static_cast<int>(rng() % 10);
@@ -155,14 +163,19 @@ bool CheckBlockCase(const KernelTable& variant, bool strips, int width, int heig
                     bool inPlace, std::mt19937& rng) {
     const int sourceLines = strips ? std::max(7, height) : 10;
     const int outputLines = strips ? height : 8;
+    std::vector<std::vector<uint8_t>> pixels(static_cast<size_t>(sourceLines), std::vector<uint8_t>(static_cast<size_t>(width)));
+    FillBlockRows(pixels, width, rng);
     std::deque<SourceLine> src;
-    std::vector<uint8_t*> lines;
     for (int i = 0; i < sourceLines; ++i) {
-        src.emplace_back((srcOffset + 11 * i) % 64, width);
-        lines.push_back(src.back().data());
+        // Below the strips their detectors read the first `height` pixels of each block only:
+        // there the line ends after those of the last block, and the rest is poisoned.
+        const bool below = strips && i >= height;
+        const int offset = below ? 8 * ((srcOffset + i) % 8) : (srcOffset + 11 * i) % 64;
+        src.emplace_back(offset, below ? width - 8 + height : width);
+        std::copy_n(pixels[static_cast<size_t>(i)].data(), src.back().size(), src.back().data());
+        src.back().Seal();
+        if (below) src.back().PoisonBlockTails(height);
     }
-    FillBlockRows(lines, width, rng);
-    for (SourceLine& s : src) s.Seal();
     std::vector<DestLine> ref, got;
     for (int i = 0; i < outputLines; ++i) {
         ref.emplace_back((dstOffset + 5 * i) % 64, width);
@@ -203,9 +216,7 @@ double NanosecondsPerPixel(const KernelTable& k, bool strips) {
     constexpr int kWidth = 1920;
     std::vector<std::vector<uint8_t>> src(10, std::vector<uint8_t>(kWidth)), dst(8, std::vector<uint8_t>(kWidth));
     std::mt19937 rng(5);
-    std::vector<uint8_t*> lines;
-    for (auto& s : src) lines.push_back(s.data());
-    FillBlockRows(lines, kWidth, rng);
+    FillBlockRows(src, kWidth, rng);
     uint8_t* d[8];
     const uint8_t* s[10];
     for (int i = 0; i < 8; ++i) d[i] = dst[static_cast<size_t>(i)].data();

@@ -50,19 +50,16 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 // ---- operations Highway 1.0 lacks, on the x86 registers -----------------------------------------
 // 16-bit lanes multiplied and added in pairs into 32-bit lanes; unsigned bytes added in pairs into
-// 16-bit lanes; 16-bit lanes packed to bytes with unsigned saturation, within each 16-byte group.
+// 16-bit lanes.
 HWY_INLINE __m128i MaddRaw(__m128i a, __m128i b) { return _mm_madd_epi16(a, b); }
 HWY_INLINE __m128i PairSumsRaw(__m128i v) { return _mm_maddubs_epi16(v, _mm_set1_epi8(1)); }
-HWY_INLINE __m128i PackRaw(__m128i lo, __m128i hi) { return _mm_packus_epi16(lo, hi); }
 #if HWY_TARGET <= HWY_AVX2
 HWY_INLINE __m256i MaddRaw(__m256i a, __m256i b) { return _mm256_madd_epi16(a, b); }
 HWY_INLINE __m256i PairSumsRaw(__m256i v) { return _mm256_maddubs_epi16(v, _mm256_set1_epi8(1)); }
-HWY_INLINE __m256i PackRaw(__m256i lo, __m256i hi) { return _mm256_packus_epi16(lo, hi); }
 #endif
 #if HWY_TARGET <= HWY_AVX3
 HWY_INLINE __m512i MaddRaw(__m512i a, __m512i b) { return _mm512_madd_epi16(a, b); }
 HWY_INLINE __m512i PairSumsRaw(__m512i v) { return _mm512_maddubs_epi16(v, _mm512_set1_epi8(1)); }
-HWY_INLINE __m512i PackRaw(__m512i lo, __m512i hi) { return _mm512_packus_epi16(lo, hi); }
 #endif
 
 template <class D8>
@@ -81,11 +78,6 @@ HWY_INLINE void Widen(D8 d8, hn::Vec<D8> v, V16<D8>& lower, V16<D8>& upper) {
     const hn::RepartitionToWide<D8> du16;
     lower = hn::BitCast(d16, hn::ZipLower(v, hn::Zero(d8)));
     upper = hn::BitCast(d16, hn::ZipUpper(du16, v, hn::Zero(d8)));
-}
-// The inverse of Widen for lanes 0..255 (others saturate).
-template <class D8>
-HWY_INLINE hn::Vec<D8> Narrow(D8, V16<D8> lower, V16<D8> upper) {
-    return hn::Vec<D8>{PackRaw(lower.raw, upper.raw)};
 }
 // v[2i]^2 + v[2i+1]^2.
 template <class D8>
@@ -419,10 +411,10 @@ void StripRow(uint8_t* const dst[8], const uint8_t* const src[8], int32_t width,
 
 // Calls body(d, x) on whole vectors of the line, then on 16-byte vectors; returns the bytes done.
 template <class Body>
-HWY_INLINE int32_t Vectors(int32_t count, Body body) {
+HWY_INLINE int32_t Vectors(int32_t from, int32_t count, Body body) {
     const hn::ScalableTag<uint8_t> d;
     const int32_t n = static_cast<int32_t>(hn::Lanes(d));
-    int32_t x = 0;
+    int32_t x = from;
     for (; x + n <= count; x += n) body(d, x);
 #if HWY_TARGET <= HWY_AVX2
     for (; x + 16 <= count; x += 16) body(hn::Full128<uint8_t>(), x);
@@ -431,45 +423,74 @@ HWY_INLINE int32_t Vectors(int32_t count, Body body) {
 }
 
 void AverageRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count) {
-    const int32_t done = Vectors(count, [&](auto d, int32_t x) {
-        hn::StoreU(Average(d, hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, dst + x);
+    const hn::ScalableTag<uint8_t> d;
+    const int32_t n = static_cast<int32_t>(hn::Lanes(d));
+    int32_t x = 0;
+    // Four vectors a step, loaded before any is stored: the lines mostly come from the L2 cache.
+    for (; x + 4 * n <= count; x += 4 * n) {
+        const auto a0 = hn::LoadU(d, a + x), a1 = hn::LoadU(d, a + x + n), a2 = hn::LoadU(d, a + x + 2 * n),
+                   a3 = hn::LoadU(d, a + x + 3 * n);
+        const auto b0 = hn::LoadU(d, b + x), b1 = hn::LoadU(d, b + x + n), b2 = hn::LoadU(d, b + x + 2 * n),
+                   b3 = hn::LoadU(d, b + x + 3 * n);
+        hn::StoreU(Average(d, a0, b0), d, dst + x);
+        hn::StoreU(Average(d, a1, b1), d, dst + x + n);
+        hn::StoreU(Average(d, a2, b2), d, dst + x + 2 * n);
+        hn::StoreU(Average(d, a3, b3), d, dst + x + 3 * n);
+    }
+    const int32_t done = Vectors(x, count, [&](auto dv, int32_t at) {
+        hn::StoreU(Average(dv, hn::LoadU(dv, a + at), hn::LoadU(dv, b + at)), dv, dst + at);
     });
     deint::AverageRow(dst + done, a + done, b + done, count - done);
 }
 
-// The five taps in 16-bit lanes: -m4 + 4 m3 + 2 m2 + 4 m1 - lum + 4 lies in -506..2554; shifted
-// arithmetically and packed with unsigned saturation, which is the clamp to 0..255.
+// The five taps in bytes. With p = avg(m3, m1), q = avg(m4, lum) (rounding averages) and
+// e = (m3 ^ m1) & 1, the filter is p + ((m2 - q + 2 - 2e) >> 2), clamped; and with
+// h = avg(m2, 255 - q), the shifted term plus 64 is f = avg(h, 0) - (e & h & 1), 0..128. The
+// clamp is then a saturated subtraction of 64 - f or addition of f - 64 (one of them is 0).
+// Checked for every value of m3 + m1, m4 + lum and m2.
 template <class D8>
 HWY_INLINE hn::Vec<D8> FiveTaps(D8 d8, hn::Vec<D8> m4, hn::Vec<D8> m3, hn::Vec<D8> m2, hn::Vec<D8> m1,
                                 hn::Vec<D8> lum) {
-    V16<D8> l[5], u[5];
-    Widen(d8, m4, l[0], u[0]);
-    Widen(d8, m3, l[1], u[1]);
-    Widen(d8, m2, l[2], u[2]);
-    Widen(d8, m1, l[3], u[3]);
-    Widen(d8, lum, l[4], u[4]);
-    const auto taps = [&](const V16<D8> v[5]) {
-        const V16<D8> plus = hn::Add(hn::ShiftLeft<2>(hn::Add(v[1], v[3])), hn::ShiftLeft<1>(v[2]));
-        const V16<D8> minus = hn::Sub(hn::Add(v[0], v[4]), hn::Set(D16<D8>(), int16_t{4}));
-        return hn::ShiftRight<3>(hn::Sub(plus, minus));
-    };
-    return Narrow(d8, taps(l), taps(u));
+    const auto one = hn::Set(d8, uint8_t{1}), k64 = hn::Set(d8, uint8_t{64});
+    const auto p = hn::AverageRound(m3, m1);
+    const auto h = hn::AverageRound(m2, hn::Not(hn::AverageRound(m4, lum)));
+    const auto f = hn::Sub(hn::AverageRound(h, hn::Zero(d8)), hn::And(hn::And(hn::Xor(m3, m1), h), one));
+    return hn::SaturatedAdd(hn::SaturatedSub(p, hn::SaturatedSub(k64, f)), hn::SaturatedSub(f, k64));
 }
 
-void FiveTapRow(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2, const uint8_t* m1,
-                const uint8_t* lum, int32_t count) {
-    const int32_t done = Vectors(count, [&](auto d, int32_t x) {
-        hn::StoreU(FiveTaps(d, hn::LoadU(d, m4 + x), hn::LoadU(d, m3 + x), hn::LoadU(d, m2 + x), hn::LoadU(d, m1 + x),
-                            hn::LoadU(d, lum + x)),
-                   d, dst + x);
+// The filtered line, and m3 copied to `even` unless it is null (the plane walk's even line).
+void FiveTapRow(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
+                const uint8_t* m1, const uint8_t* lum, int32_t count) {
+    const hn::ScalableTag<uint8_t> d;
+    const int32_t n = static_cast<int32_t>(hn::Lanes(d));
+    int32_t x = 0;
+    for (; x + 2 * n <= count; x += 2 * n) {
+        const auto a4 = hn::LoadU(d, m4 + x), a3 = hn::LoadU(d, m3 + x), a2 = hn::LoadU(d, m2 + x),
+                   a1 = hn::LoadU(d, m1 + x), a0 = hn::LoadU(d, lum + x);
+        const auto b4 = hn::LoadU(d, m4 + x + n), b3 = hn::LoadU(d, m3 + x + n), b2 = hn::LoadU(d, m2 + x + n),
+                   b1 = hn::LoadU(d, m1 + x + n), b0 = hn::LoadU(d, lum + x + n);
+        if (even != nullptr) {
+            hn::StoreU(a3, d, even + x);
+            hn::StoreU(b3, d, even + x + n);
+        }
+        hn::StoreU(FiveTaps(d, a4, a3, a2, a1, a0), d, dst + x);
+        hn::StoreU(FiveTaps(d, b4, b3, b2, b1, b0), d, dst + x + n);
+    }
+    const int32_t done = Vectors(x, count, [&](auto dv, int32_t at) {
+        const auto v3 = hn::LoadU(dv, m3 + at);
+        if (even != nullptr) hn::StoreU(v3, dv, even + at);
+        hn::StoreU(FiveTaps(dv, hn::LoadU(dv, m4 + at), v3, hn::LoadU(dv, m2 + at), hn::LoadU(dv, m1 + at),
+                            hn::LoadU(dv, lum + at)),
+                   dv, dst + at);
     });
-    deint::FiveTapRow(dst + done, m4 + done, m3 + done, m2 + done, m1 + done, lum + done, count - done);
+    deint::FiveTapRow(even != nullptr ? even + done : nullptr, dst + done, m4 + done, m3 + done, m2 + done, m1 + done,
+                      lum + done, count - done);
 }
 
 // Every load of a vector comes before its stores: m1 and lum may be m2.
 void FiveTapRowInPlace(uint8_t* m4, const uint8_t* m3, uint8_t* m2, const uint8_t* m1, const uint8_t* lum,
                        int32_t count) {
-    const int32_t done = Vectors(count, [&](auto d, int32_t x) {
+    const int32_t done = Vectors(0, count, [&](auto d, int32_t x) {
         const auto t = hn::LoadU(d, m2 + x);
         const auto v = FiveTaps(d, hn::LoadU(d, m4 + x), hn::LoadU(d, m3 + x), t, hn::LoadU(d, m1 + x),
                                 hn::LoadU(d, lum + x));

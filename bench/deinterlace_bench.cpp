@@ -1,14 +1,16 @@
 // Deinterlace modes against the two-pass floor: each mode, 4:2:0 to 4:2:0 at the same size
 // through the public interface (the mode into the context's work planes, then the copy out of
 // them), beside two memcpy passes over the frame's bytes (source to a work buffer, work buffer
-// to the destination: 1.5 x W x H bytes each). Runs alternate between the two in one process;
-// each figure is the median over the rounds, and the ratio is ours / floor.
+// to the destination: 1.5 x W x H bytes each). Runs alternate between the two in one process,
+// about half a millisecond each; times are medians over the rounds, and ours/floor is the median
+// of the rounds' ratios (each round's two runs see the same load on a shared machine).
 //
-//   qv_deinterlace_bench [rounds]      default 41 rounds of about 2 ms each side
+//   qv_deinterlace_bench [rounds [mode [width]]]   default 101 rounds,
+//                                                  every mode (fast ... block) at both sizes
 //
 // Two more columns split the time: the mode's own pass (DeInterlace into planes of the work-plane
-// pitch) against one memcpy pass, and the frame without deinterlacing (the copy alone) against
-// one memcpy pass.
+// pitch) against one memcpy pass, and the conversion out of planes laid out as the work planes
+// (a frame without deinterlacing from such planes) against one memcpy pass.
 //
 // The source is the benchmark pattern of qv_bench (nearly every 8x8 block combed, the block
 // mode's worst case) with five readable rows below every plane, as the block mode needs.
@@ -70,7 +72,9 @@ double Time(int calls, F f) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const int rounds = argc > 1 ? std::max(3, std::atoi(argv[1])) : 41;
+    const int rounds = argc > 1 ? std::max(3, std::atoi(argv[1])) : 101;
+    const char* onlyMode = argc > 2 ? argv[2] : nullptr;
+    const int32_t onlyWidth = argc > 3 ? std::atoi(argv[3]) : 0;
     const char* simd = std::getenv("QV_SIMD");
     std::printf("kernel set %s (QV_SIMD=%s), %d rounds, medians\n\n", qv::KernelSetName(), simd ? simd : "", rounds);
     std::printf("| mode | size | ms/frame | floor ms | ours/floor | pass/memcpy | copy/memcpy |\n"
@@ -82,6 +86,7 @@ int main(int argc, char** argv) {
     static const int32_t kSizes[][2] = {{640, 480}, {1920, 1080}};
     for (const auto& size : kSizes) {
         const int32_t w = size[0], h = size[1];
+        if (onlyWidth != 0 && w != onlyWidth) continue;
         Frame src(w, h, true), dst(w, h, false);
         const size_t frameBytes = static_cast<size_t>(w) * h * 3 / 2;
         std::vector<uint8_t> a(frameBytes, 1), work(frameBytes, 2), b(frameBytes, 3);
@@ -108,6 +113,7 @@ int main(int argc, char** argv) {
             asm volatile("" : : "r"(b.data()) : "memory");
         };
         for (const auto& m : kModes) {
+            if (onlyMode != nullptr && std::strcmp(onlyMode, m.name) != 0) continue;
             QvCreateParams p{sizeof(QvCreateParams), QV_OPERATION(0, 0), 0, 2, w, h, w, h, 0xFF, 0};
             QvHandle handle = nullptr;
             if (Qv()->Create(&handle, 0, &p) != QV_S_OK) return 1;
@@ -116,25 +122,29 @@ int main(int argc, char** argv) {
             const auto ours = [&] {
                 if (Qv()->ProcessFrame(handle, sp, src.stride, dst.plane, dst.stride, &options) != QV_S_OK) std::abort();
             };
-            // Calls per sample: about 2 ms of the floor.
+            // Calls per sample: about half a millisecond.
             ours();
             const double once = Time(3, floor);
-            const int floorCalls = std::max(1, static_cast<int>(2e-3 / once));
+            const int floorCalls = std::max(1, static_cast<int>(0.5e-3 / once));
             const double oursOnce = Time(2, ours);
-            const int oursCalls = std::max(1, static_cast<int>(2e-3 / oursOnce));
+            const int oursCalls = std::max(1, static_cast<int>(0.5e-3 / oursOnce));
             const auto pass = [&] {
                 qv::DeInterlace(&out, &in, static_cast<uint32_t>(w), static_cast<uint32_t>(h), 0, 0, m.mode);
             };
             const QvFrameOptions none{0, 0, 0};
             QvHandle plain = nullptr;
             if (Qv()->Create(&plain, 0, &p) != QV_S_OK) return 1;
+            const uint8_t* wp[3] = {out.pixels[0], out.pixels[1], out.pixels[2]};
+            const int32_t ws[3] = {static_cast<int32_t>(workPitch), static_cast<int32_t>(workPitch),
+                                   static_cast<int32_t>(workPitch)};
             const auto copy = [&] {
-                if (Qv()->ProcessFrame(plain, sp, src.stride, dst.plane, dst.stride, &none) != QV_S_OK) std::abort();
+                if (Qv()->ProcessFrame(plain, wp, ws, dst.plane, dst.stride, &none) != QV_S_OK) std::abort();
             };
-            std::vector<double> t, f, ps, one, cp;
+            std::vector<double> t, f, ps, one, cp, ratio;
             for (int r = 0; r < rounds; ++r) {
                 t.push_back(Time(oursCalls, ours));
                 f.push_back(Time(floorCalls, floor));
+                ratio.push_back(t.back() / f.back());
                 ps.push_back(Time(oursCalls, pass));
                 one.push_back(Time(floorCalls, onePass));
                 cp.push_back(Time(floorCalls, copy));
@@ -143,7 +153,7 @@ int main(int argc, char** argv) {
             Qv()->Destroy(plain);
             const double mt = Median(t), mf = Median(f), mo = Median(one);
             std::printf("| %s | %dx%d | %.3f | %.3f | %.2f | %.2f | %.2f |\n", m.name, w, h, mt * 1e3, mf * 1e3,
-                        mt / mf, Median(ps) / mo, Median(cp) / mo);
+                        Median(ratio), Median(ps) / mo, Median(cp) / mo);
             std::fflush(stdout);
         }
     }

@@ -169,8 +169,8 @@ void EdgeBlocks(uint8_t* const dst[8], const uint8_t* const src[10], int32_t wid
 
 // ---- block mode: interior blocks -----------------------------------------------------------------
 
-// Columns handled per pass over the direction buffers.
-constexpr int32_t kSegment = 512;
+// Columns handled per pass over the direction buffers, at most.
+constexpr int32_t kSegment = 768;
 
 // A segment's buffers: for one line pair (a above, b below the missing line), the absolute
 // differences |a[p] - b[p + 2]|, |a[p] - b[p]|, |a[p] - b[p - 2]| (costs 0, 1, 2) from column
@@ -181,8 +181,8 @@ struct SegmentBuffers {
     alignas(64) uint8_t diff[3][kSegment + 16];
     alignas(64) int16_t quadEven[3][kSegment / 2 + 8];
     alignas(64) int16_t quadOdd[3][kSegment / 2 + 8];
-    alignas(64) uint8_t combed[kSegment];
-    uint8_t kind[kSegment / 16];
+    alignas(64) uint8_t combed[kSegment + HWY_MAX_BYTES];
+    uint8_t kind[kSegment / 16 + 1];
 };
 
 // Calls f(start) for vectors of n columns covering [lo, hi) (at least n columns), the last one
@@ -251,57 +251,60 @@ HWY_INLINE hn::Vec<D8> AlongDirections(D8 d8, const uint8_t* a, const uint8_t* b
     return Average(d8, above, below);
 }
 
-// `count` vectors of interior blocks from column xa.
+// The interior blocks of columns xa .. xe - 1 (at least one vector): vectors from xa, the last
+// one moved back to end at xe.
 template <class D8>
-void InteriorSegment(D8 d8, uint8_t* const dst[8], const uint8_t* const src[10], int32_t xa, int32_t count,
+void InteriorSegment(D8 d8, uint8_t* const dst[8], const uint8_t* const src[10], int32_t xa, int32_t xe,
                      SegmentBuffers& buf) {
     const D32<D8> d32;
     const int32_t n = static_cast<int32_t>(hn::Lanes(d8));
+    const int32_t count = (xe - xa + n - 1) / n;
+    const auto column = [&](int32_t c) { return std::min(xa + c * n, xe - n); };
     bool anyCombed = false;
     for (int32_t c = 0; c < count; ++c) {
-        const int32_t x = xa + c * n;
+        const int32_t x = column(c);
         const auto combed = CombedBlocks(d8, [&](int32_t k) { return hn::LoadU(d8, src[k] + x); });
         hn::StoreU(hn::BitCast(d8, hn::VecFromMask(d32, combed)), d8, buf.combed + c * n);
         buf.kind[c] = hn::AllTrue(d32, combed) ? 2 : hn::AllFalse(d32, combed) ? 0 : 1;
         anyCombed |= buf.kind[c] != 0;
     }
-    const int32_t xb = xa + (count - 1) * n;
+    const int32_t xb = xe - n;  // the last vector
     for (int32_t j = 0; j < deint::kBlock; j += 2) {
         const uint8_t* a = src[j];
         const uint8_t* m = src[j + 1];
         const uint8_t* b = src[j + 2];
         if (anyCombed) FillDirections(d8, a, b, xa, xb, buf);
         for (int32_t c = 0; c < count; ++c) {
-            const int32_t x = xa + c * n;
+            const int32_t x = column(c);
             const auto av = hn::LoadU(d8, a + x), bv = hn::LoadU(d8, b + x);
             hn::StoreU(av, d8, dst[j] + x);
             hn::Vec<D8> odd;
             if (buf.kind[c] == 2) {
-                odd = AlongDirections(d8, a, b, av, bv, x, c * n / 2, buf);
+                odd = AlongDirections(d8, a, b, av, bv, x, (x - xa) / 2, buf);
             } else {
                 odd = Smoothed(d8, av, hn::LoadU(d8, m + x), bv);
                 if (buf.kind[c] == 1)
                     odd = hn::IfVecThenElse(hn::LoadU(d8, buf.combed + c * n),
-                                            AlongDirections(d8, a, b, av, bv, x, c * n / 2, buf), odd);
+                                            AlongDirections(d8, a, b, av, bv, x, (x - xa) / 2, buf), odd);
             }
             hn::StoreU(odd, d8, dst[j + 1] + x);
         }
     }
 }
 
-// Blocks 1 .. width / 8 - 2 of a row whose interior holds at least one vector.
+// Blocks 1 .. width / 8 - 2 of a row whose interior holds at least one vector, in segments of
+// equal size (whole blocks, at most kSegment columns).
 template <class D8>
 void Interior(D8 d8, uint8_t* const dst[8], const uint8_t* const src[10], int32_t width) {
     SegmentBuffers buf;
-    const int32_t n = static_cast<int32_t>(hn::Lanes(d8));
-    const int32_t end = width - deint::kBlock;
-    int32_t x = deint::kBlock;
-    while (x + n <= end) {
-        const int32_t count = std::min((end - x) / n, kSegment / n);
-        InteriorSegment(d8, dst, src, x, count, buf);
-        x += count * n;
+    const int32_t begin = deint::kBlock, end = width - deint::kBlock;
+    const int32_t segments = (end - begin + kSegment - 1) / kSegment;
+    const int32_t blocks = (end - begin) / deint::kBlock;
+    for (int32_t i = 0; i < segments; ++i) {
+        const int32_t xa = begin + deint::kBlock * (blocks * i / segments);
+        const int32_t xe = begin + deint::kBlock * (blocks * (i + 1) / segments);
+        InteriorSegment(d8, dst, src, xa, xe, buf);
     }
-    if (x < end) InteriorSegment(d8, dst, src, end - n, 1, buf);
 }
 
 bool Overlap(const uint8_t* d, const uint8_t* s, int32_t width) {

@@ -2,7 +2,9 @@
 //
 // Each entry has a scalar reference (the required arithmetic written plainly, ycbcr_rows.h) and,
 // where the CPU offers vector instructions, a variant built from one Highway source for SSE4,
-// AVX2, AVX-512 and NEON (ycbcr_rows_simd.cpp). Variants are byte-identical to their reference;
+// AVX2, AVX-512 and NEON (ycbcr_rows_simd.cpp); the deinterlacer's entries have theirs in
+// deinterlace/deinterlace_rows.h and deinterlace_simd.cpp (x86 targets; other targets use the
+// references). Variants are byte-identical to their reference;
 // the kernel checker (tests/kernel_check.cpp) proves it for every compiled target.
 //
 // The environment variable QV_SIMD, read once, selects the kernels: `off` (or `scalar`) forces

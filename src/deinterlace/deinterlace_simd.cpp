@@ -4,7 +4,8 @@
 // Bytes stay bytes where the arithmetic allows it: the truncating average (a + b) >> 1 is the
 // rounding average less ((a ^ b) & 1); with h = (a + b) >> 1, the progressive block line
 // (a + 6m + b + 4) >> 3 is v - ((h ^ m) & (u ^ m) & 1) for u = avg(h, m), v = avg(u, m) (rounding
-// averages), and the strip line (a + 2m + b + 2) >> 2 is avg(h, m); both hold for all inputs.
+// averages), and the strip line (a + 2m + b + 2) >> 2 is avg(h, m); both hold for all inputs, and
+// so does the five-tap filter in bytes (FiveTaps).
 //
 // Block mode, one block row at a time:
 //   - the detector's sums of squares come from 16-bit differences (bytes widened within each
@@ -13,16 +14,19 @@
 //     the block's eight bytes of mask. Once every block of a vector is combed the remaining line
 //     pairs are not looked at (one combed pair decides);
 //   - the direction costs are 8-pixel sums of absolute differences at every column. The
-//     differences of a line pair are stored for a segment of the row, summed four at a time
+//     differences of a line pair are stored for a segment of the row (the interior cut into
+//     equal segments of at most kSegment columns), summed four at a time
 //     (pairs of bytes added into 16-bit lanes, twice), and each cost is two such sums: for the
 //     even columns in one vector, the odd ones in another. The costs are only compared, so the
 //     choice of each pixel is a byte mask (even columns in the low byte of each 16-bit lane),
 //     which picks the two pixels to average;
 //   - blocks of the first and last column are combed-vertical or progressive and never read a
 //     neighbour: the two are done together in one 16-byte vector. Interior blocks go in vectors
-//     of whole blocks; the last vector of the row is moved back to end at the last interior block
+//     of whole blocks; the last vector of a segment is moved back to end at the segment's end
 //     and recomputes some blocks (the same bytes again), so a row is done in place only by the
-//     scalar reference.
+//     scalar reference;
+//   - below the bottom block row the strips' detectors read the first `height` pixels of each
+//     block only; those lines are gathered block by block (BelowStrips), exactly those bytes.
 // Every vector loop covers whole vectors of the row; no load or store leaves it.
 
 #undef HWY_TARGET_INCLUDE

@@ -452,17 +452,20 @@ void AverageRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count)
 
 // The five taps in bytes. With p = avg(m3, m1), q = avg(m4, lum) (rounding averages) and
 // e = (m3 ^ m1) & 1, the filter is p + ((m2 - q + 2 - 2e) >> 2), clamped; and with
-// h = avg(m2, 255 - q), the shifted term plus 64 is f = avg(h, 0) - (e & h & 1), 0..128. The
-// clamp is then a saturated subtraction of 64 - f or addition of f - 64 (one of them is 0).
+// h = avg(m2, 255 - q), the shifted term plus 64 is f = avg(h, 0) - (e & h & 1), 0..128. The sum
+// p + f - 64 is clamped by a signed saturated addition on bytes biased by 128.
 // Checked for every value of m3 + m1, m4 + lum and m2.
 template <class D8>
 HWY_INLINE hn::Vec<D8> FiveTaps(D8 d8, hn::Vec<D8> m4, hn::Vec<D8> m3, hn::Vec<D8> m2, hn::Vec<D8> m1,
                                 hn::Vec<D8> lum) {
-    const auto one = hn::Set(d8, uint8_t{1}), k64 = hn::Set(d8, uint8_t{64});
+    const hn::RebindToSigned<D8> di8;
+    const auto one = hn::Set(d8, uint8_t{1}), k64 = hn::Set(d8, uint8_t{64}), bias = hn::Set(d8, uint8_t{0x80});
     const auto p = hn::AverageRound(m3, m1);
     const auto h = hn::AverageRound(m2, hn::Not(hn::AverageRound(m4, lum)));
-    const auto f = hn::Sub(hn::AverageRound(h, hn::Zero(d8)), hn::And(hn::And(hn::Xor(m3, m1), h), one));
-    return hn::SaturatedAdd(hn::SaturatedSub(p, hn::SaturatedSub(k64, f)), hn::SaturatedSub(f, k64));
+    // f - 64: avg(h, 0) less ((e & h & 1) | 64).
+    const auto g = hn::Sub(hn::AverageRound(h, hn::Zero(d8)), hn::Or(hn::And(hn::And(hn::Xor(m3, m1), one), h), k64));
+    const auto sum = hn::SaturatedAdd(hn::BitCast(di8, hn::Xor(p, bias)), hn::BitCast(di8, g));
+    return hn::Xor(hn::BitCast(d8, sum), bias);
 }
 
 // The filtered line, and m3 copied to `even` unless it is null (the plane walk's even line).

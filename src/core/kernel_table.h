@@ -33,8 +33,8 @@ using RowKernel = void (*)(const uint8_t* y, const uint8_t* cb, const uint8_t* c
 // kernels take `count` bytes of each line; the block kernels take arrays of line pointers and a
 // width in bytes, a multiple of 8.
 using DeintAverageKernel = void (*)(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count);
-using DeintFiveTapKernel = void (*)(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m3,
-                                    const uint8_t* m2, const uint8_t* m1, const uint8_t* lum, int32_t count);
+using DeintFiveTapKernel = void (*)(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
+                                    const uint8_t* m1, const uint8_t* lum, int32_t count);
 using DeintFiveTapInPlaceKernel = void (*)(uint8_t* m4, const uint8_t* m3, uint8_t* m2, const uint8_t* m1,
                                            const uint8_t* lum, int32_t count);
 using DeintBlockRowKernel = void (*)(uint8_t* const dst[8], const uint8_t* const src[10], int32_t width);
@@ -56,7 +56,7 @@ struct KernelTable {
     RowKernel row444ToARGB32;     // arg: alpha
     // Deinterlacer.
     DeintAverageKernel deintAverage;              // Merge: the simple modes' averaged lines
-    DeintFiveTapKernel deintFiveTap;              // the fast filter's odd lines (and the even ones)
+    DeintFiveTapKernel deintFiveTap;              // the fast filter's odd lines
     DeintFiveTapInPlaceKernel deintFiveTapInPlace;
     DeintBlockRowKernel deintBlockRow;            // block mode: a row of 8x8 blocks
     DeintStripRowKernel deintStripRow;            // block mode: the bottom block row

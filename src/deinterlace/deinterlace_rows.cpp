@@ -7,9 +7,8 @@ void AverageRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count)
     for (int32_t i = 0; i < count; ++i) dst[i] = Average(a[i], b[i]);
 }
 
-void FiveTapRow(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
-                const uint8_t* m1, const uint8_t* lum, int32_t count) {
-    if (even != nullptr && count > 0) std::memcpy(even, m3, static_cast<size_t>(count));
+void FiveTapRow(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2, const uint8_t* m1,
+                const uint8_t* lum, int32_t count) {
     for (int32_t x = 0; x < count; ++x) dst[x] = ClampByte(FiveTap(m4[x], m3[x], m2[x], m1[x], lum[x]));
 }
 

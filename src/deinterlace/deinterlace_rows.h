@@ -175,10 +175,9 @@ void StripNxN(Dst d, Src s, uint32_t width, uint32_t height) {
 // dst[i] = (a[i] + b[i]) >> 1 for i below count.
 void AverageRow(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count);
 
-// dst[x] = clamp((-m4 + 4*m3 + 2*m2 + 4*m1 - lum + 4) >> 3) for x below count, and, unless
-// `even` is null, even[x] = m3[x] (the even line above the filtered one).
-void FiveTapRow(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
-                const uint8_t* m1, const uint8_t* lum, int32_t count);
+// dst[x] = clamp((-m4 + 4*m3 + 2*m2 + 4*m1 - lum + 4) >> 3) for x below count.
+void FiveTapRow(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2, const uint8_t* m1,
+                const uint8_t* lum, int32_t count);
 
 // The same filter written back into m2, while m4 (the scratch line) receives the old m2. m1 and
 // lum may be m2 itself; every read of a column comes before its writes.

@@ -468,9 +468,8 @@ HWY_INLINE hn::Vec<D8> FiveTaps(D8 d8, hn::Vec<D8> m4, hn::Vec<D8> m3, hn::Vec<D
     return hn::Xor(hn::BitCast(d8, sum), bias);
 }
 
-// The filtered line, and m3 copied to `even` unless it is null (the plane walk's even line).
-void FiveTapRow(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
-                const uint8_t* m1, const uint8_t* lum, int32_t count) {
+void FiveTapRow(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2, const uint8_t* m1,
+                const uint8_t* lum, int32_t count) {
     const hn::ScalableTag<uint8_t> d;
     const int32_t n = static_cast<int32_t>(hn::Lanes(d));
     int32_t x = 0;
@@ -479,22 +478,15 @@ void FiveTapRow(uint8_t* even, uint8_t* dst, const uint8_t* m4, const uint8_t* m
                    a1 = hn::LoadU(d, m1 + x), a0 = hn::LoadU(d, lum + x);
         const auto b4 = hn::LoadU(d, m4 + x + n), b3 = hn::LoadU(d, m3 + x + n), b2 = hn::LoadU(d, m2 + x + n),
                    b1 = hn::LoadU(d, m1 + x + n), b0 = hn::LoadU(d, lum + x + n);
-        if (even != nullptr) {
-            hn::StoreU(a3, d, even + x);
-            hn::StoreU(b3, d, even + x + n);
-        }
         hn::StoreU(FiveTaps(d, a4, a3, a2, a1, a0), d, dst + x);
         hn::StoreU(FiveTaps(d, b4, b3, b2, b1, b0), d, dst + x + n);
     }
     const int32_t done = Vectors(x, count, [&](auto dv, int32_t at) {
-        const auto v3 = hn::LoadU(dv, m3 + at);
-        if (even != nullptr) hn::StoreU(v3, dv, even + at);
-        hn::StoreU(FiveTaps(dv, hn::LoadU(dv, m4 + at), v3, hn::LoadU(dv, m2 + at), hn::LoadU(dv, m1 + at),
-                            hn::LoadU(dv, lum + at)),
+        hn::StoreU(FiveTaps(dv, hn::LoadU(dv, m4 + at), hn::LoadU(dv, m3 + at), hn::LoadU(dv, m2 + at),
+                            hn::LoadU(dv, m1 + at), hn::LoadU(dv, lum + at)),
                    dv, dst + at);
     });
-    deint::FiveTapRow(even != nullptr ? even + done : nullptr, dst + done, m4 + done, m3 + done, m2 + done, m1 + done,
-                      lum + done, count - done);
+    deint::FiveTapRow(dst + done, m4 + done, m3 + done, m2 + done, m1 + done, lum + done, count - done);
 }
 
 // Every load of a vector comes before its stores: m1 and lum may be m2.

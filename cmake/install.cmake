@@ -56,6 +56,7 @@ if(QV_BUILD_TESTS AND NOT QV_SANITIZE)
     list(APPEND QV_INSTALL_CHECK $<TARGET_FILE:qv_host_example>)
   endif()
   add_test(NAME install_and_consumers COMMAND ${QV_INSTALL_CHECK})
-  set_tests_properties(install_and_consumers PROPERTIES
+  # Alone: the install reads the whole build tree, which other tests write output files into.
+  set_tests_properties(install_and_consumers PROPERTIES RUN_SERIAL TRUE
     ENVIRONMENT "CC=${CMAKE_C_COMPILER};CFLAGS=${CMAKE_C_FLAGS}")
 endif()

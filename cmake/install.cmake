@@ -48,14 +48,16 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/qv-imageproc.pc.in ${PROJECT_BINARY_D
 install(FILES ${PROJECT_BINARY_DIR}/qv-imageproc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # Install into a temporary prefix and build and run consumers through pkg-config and find_package
-# (not with the sanitizers, whose libraries a plain consumer does not link).
-if(QV_BUILD_TESTS AND NOT QV_SANITIZE)
+# (not with the sanitizers, whose libraries a plain consumer does not link, nor in a cross build,
+# whose consumers do not run on the build machine).
+if(QV_BUILD_TESTS AND NOT QV_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
   set(QV_INSTALL_CHECK bash ${PROJECT_SOURCE_DIR}/tests/install/check_install.sh ${PROJECT_BINARY_DIR}
       ${PROJECT_SOURCE_DIR})
   if(TARGET qv_host_example)
     list(APPEND QV_INSTALL_CHECK $<TARGET_FILE:qv_host_example>)
   endif()
   add_test(NAME install_and_consumers COMMAND ${QV_INSTALL_CHECK})
-  set_tests_properties(install_and_consumers PROPERTIES
+  # Alone: the install reads the whole build tree, which other tests write output files into.
+  set_tests_properties(install_and_consumers PROPERTIES RUN_SERIAL TRUE
     ENVIRONMENT "CC=${CMAKE_C_COMPILER};CFLAGS=${CMAKE_C_FLAGS}")
 endif()

@@ -15,6 +15,16 @@ void CopyRows(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstSt
     for (int32_t r = 0; r < rows; ++r) std::memcpy(Row(dst, r, dstStride), Row(src, r, srcStride), bytes);
 }
 
+// The same bytes as CopyRows, in one block when both planes hold their rows back to back (a
+// deinterlaced frame's luma work plane and a tight destination, for one).
+void CopyPlane(const uint8_t* src, int32_t srcStride, uint8_t* dst, int32_t dstStride, int32_t bytes,
+               int32_t rows) {
+    if (srcStride == bytes && dstStride == bytes && bytes > 0 && rows > 0)
+        std::memcpy(dst, src, static_cast<size_t>(bytes) * static_cast<size_t>(rows));
+    else
+        CopyRows(src, srcStride, dst, dstStride, bytes, rows);
+}
+
 uintptr_t Address(const void* p) { return reinterpret_cast<uintptr_t>(p); }
 
 }  // namespace
@@ -38,10 +48,10 @@ int32_t _QVYCbCr420Copy(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlane
         }
         return kOk;
     }
-    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
+    CopyPlane(sp[0], ss[0], dp[0], ds[0], W, H);
     if (H >= 2) {
-        CopyRows(sp[1], ss[1], dp[1], ds[1], W >> 1, H >> 1);
-        CopyRows(sp[2], ss[2], dp[2], ds[2], W >> 1, H >> 1);
+        CopyPlane(sp[1], ss[1], dp[1], ds[1], W >> 1, H >> 1);
+        CopyPlane(sp[2], ss[2], dp[2], ds[2], W >> 1, H >> 1);
     }
     return kOk;
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "core/ycbcr_rows.h"
+#include "deinterlace/deinterlace_rows.h"
 
 namespace qv {
 namespace {
@@ -72,6 +73,11 @@ const KernelTable& ScalarKernels() {
         rows::Row<rows::PackRGB565, 0>,
         rows::Row<rows::PackRGB888, 0>,
         rows::Row<rows::PackARGB32, 0>,
+        &deint::AverageRow,
+        &deint::FiveTapRow,
+        &deint::FiveTapRowInPlace,
+        &deint::BlockRow,
+        &deint::StripRow,
     };
     return table;
 }

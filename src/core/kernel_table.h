@@ -2,9 +2,10 @@
 //
 // Each entry has a scalar reference (the required arithmetic written plainly, ycbcr_rows.h) and,
 // where the CPU offers vector instructions, a variant built from one Highway source for SSE4,
-// AVX2, AVX-512, NEON, SVE and SVE2 (ycbcr_rows_simd.cpp). Variants are byte-identical to their
-// reference; the kernel checker (tests/checker/kernel_check.cpp) proves it for every compiled
-// target the CPU runs.
+// AVX2, AVX-512, NEON, SVE and SVE2 (ycbcr_rows_simd.cpp); the deinterlacer's entries have
+// theirs in deinterlace/deinterlace_rows.h and deinterlace_simd.cpp (x86 targets; other targets
+// use the references). Variants are byte-identical to their reference; the kernel checker
+// (tests/checker/kernel_check.cpp) proves it for every compiled target the CPU runs.
 //
 // The environment variable QV_SIMD, read once, selects the kernels: `off` (or `scalar`) forces
 // the scalar references; `sse4`, `avx2`, `avx512`, `neon`, `sve`, ... cap the choice at that level.
@@ -30,6 +31,18 @@ using RowPairKernel = void (*)(const uint8_t* y0, const uint8_t* y1, const uint8
 using RowKernel = void (*)(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t width,
                            const ConvTables& t, uint32_t arg);
 
+// The deinterlacer's kernels (deinterlace/deinterlace_rows.h says what each computes). Line
+// kernels take `count` bytes of each line; the block kernels take arrays of line pointers and a
+// width in bytes, a multiple of 8.
+using DeintAverageKernel = void (*)(uint8_t* dst, const uint8_t* a, const uint8_t* b, int32_t count);
+using DeintFiveTapKernel = void (*)(uint8_t* dst, const uint8_t* m4, const uint8_t* m3, const uint8_t* m2,
+                                    const uint8_t* m1, const uint8_t* lum, int32_t count);
+using DeintFiveTapInPlaceKernel = void (*)(uint8_t* m4, const uint8_t* m3, uint8_t* m2, const uint8_t* m1,
+                                           const uint8_t* lum, int32_t count);
+using DeintBlockRowKernel = void (*)(uint8_t* const dst[8], const uint8_t* const src[10], int32_t width);
+using DeintStripRowKernel = void (*)(uint8_t* const dst[8], const uint8_t* const src[8], int32_t width,
+                                     int32_t height);
+
 struct KernelTable {
     const char* name;  // the kernel set: "scalar" or the vector target, e.g. "AVX3_DL"
     // 4:2:0 row pairs.
@@ -43,6 +56,12 @@ struct KernelTable {
     RowKernel row444ToRGB565;
     RowKernel row444ToRGB888;
     RowKernel row444ToARGB32;     // arg: alpha
+    // Deinterlacer.
+    DeintAverageKernel deintAverage;              // Merge: the simple modes' averaged lines
+    DeintFiveTapKernel deintFiveTap;              // the fast filter's odd lines
+    DeintFiveTapInPlaceKernel deintFiveTapInPlace;
+    DeintBlockRowKernel deintBlockRow;            // block mode: a row of 8x8 blocks
+    DeintStripRowKernel deintStripRow;            // block mode: the bottom block row
 
     // Byte moves (planar_rows.h). They start as the scalar references; a vector set replaces
     // those it has.

@@ -514,6 +514,8 @@ constexpr auto Row = &rows::RowOf<&ConvertRows<VecPack, 1, kChromaShift>>;
 }  // namespace
 
 void FillPlanarKernels(KernelTable* k);  // planar_rows_simd.cpp
+// The deinterlacer's entries (deinterlace/deinterlace_simd.cpp).
+void FillDeinterlaceKernels(KernelTable* k);
 
 void FillKernels(KernelTable* k) {
     k->name = hwy::TargetName(HWY_TARGET);
@@ -527,6 +529,7 @@ void FillKernels(KernelTable* k) {
     k->row444ToRGB888 = Row<VecRGB888, 0>;
     k->row444ToARGB32 = Row<VecARGB32, 0>;
     FillPlanarKernels(k);
+    FillDeinterlaceKernels(k);
 }
 
 }  // namespace HWY_NAMESPACE

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/kernel_table.h"
 #include "core/pixel.h"
 #include "core/qv_routines.h"
+#include "deinterlace/deinterlace_rows.h"
 
 namespace qv {
 
@@ -100,11 +102,7 @@ constexpr std::array<uint8_t, 2304> MakeCropTable() {
     return t;
 }
 
-// Taps -1, 4, 2, 4, -1 with rounding; the arithmetic shift rounds toward minus infinity.
-inline int32_t FiveTap(int32_t m4, int32_t m3, int32_t m2, int32_t m1, int32_t lum) {
-    return (-m4 + 4 * m3 + 2 * m2 + 4 * m1 - lum + 4) >> 3;
-}
-
+// Even lines by memcpy: in a frame that is faster than one kernel writing both lines of a pair.
 void FilterPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                  uint32_t size, int32_t lines) {
     if (lines < 2) return;
@@ -138,54 +136,23 @@ void FilterPlaneInPlace(uint8_t* plane, uint32_t pitch, uint32_t size, int32_t l
 
 // ---- motion-adaptive block mode -----------------------------------------------------------------
 
-constexpr int32_t kBlock = 8;
+constexpr int32_t kBlock = deint::kBlock;
 
-// Even lines of an 8x8 block copied (two 32-bit words), each odd line j+1 built by
-// oddLine(d[j+1], even line j, odd line j+1, even line j+2). The even lines step by evenPitch
-// from `even`, the odd ones by oddPitch from `odd`.
-template <class OddLine>
-inline void Rebuild8x8(uint8_t* dst, uint32_t dstPitch, const uint8_t* even, uint32_t evenPitch,
-                       const uint8_t* odd, uint32_t oddPitch, OddLine oddLine) {
-    for (int32_t p = 0; p < kBlock / 2; ++p) {
-        const uint8_t* a = Line(even, p, evenPitch);
-        const uint8_t* b = Line(even, p + 1, evenPitch);
-        uint8_t* d = Line(dst, 2 * p, dstPitch);
-        Store32(d, Load32(a));
-        Store32(d + 4, Load32(a + 4));
-        oddLine(Line(dst, 2 * p + 1, dstPitch), a, Line(odd, p, oddPitch), b);
-    }
+// Line k of a plane, as the block routines address lines.
+template <typename T>
+inline auto Lines(T* base, uint32_t pitch) {
+    return [base, pitch](int32_t k) { return Line(base, k, pitch); };
 }
 
-// Even lines of a strip copied, each odd line y+1 built by oddLine(d, s[y], s[y+1], s[y+2]);
-// in the last pair no field line lies below and s[y+2] is null.
-template <class OddLine>
-inline void RebuildStrip(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
-                         uint32_t width, uint32_t height, OddLine oddLine) {
-    const int32_t h = static_cast<int32_t>(height);
-    for (int32_t y = 0; y < h; y += 2) {
-        const uint8_t* a = Line(src, y, srcPitch);
-        std::memcpy(Line(dst, y, dstPitch), a, width);
-        const uint8_t* below = y < h - 2 ? Line(src, y + 2, srcPitch) : nullptr;
-        oddLine(Line(dst, y + 1, dstPitch), a, Line(src, y + 1, srcPitch), below, width);
-    }
-}
-
-inline uint32_t AbsDiff(uint8_t a, uint8_t b) { return a > b ? a - b : b - a; }
-
-// Sum over eight pixels of |a[x + k] - b[x + k + shift]| for k = from .. from + 7.
-inline uint32_t DirectionCost(const uint8_t* a, const uint8_t* b, int32_t x, int32_t from,
-                              int32_t shift) {
-    uint32_t c = 0;
-    for (int32_t k = from; k < from + kBlock; ++k) c += AbsDiff(a[x + k], b[x + k + shift]);
-    return c;
-}
-
-// One plane of the block mode: `width` bytes of `lines` lines.
+// One plane of the block mode: `width` bytes of `lines` lines. Whole blocks go through the
+// kernel table's row kernels, a block row at a time; the right strip through XDeintNxN.
 void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                  int32_t width, int32_t lines) {
     if (width <= 0 || lines <= 0) return;
+    const KernelTable& kernels = Kernels();
     const int32_t columns = width / kBlock;
-    const int32_t rightWidth = width - kBlock * columns;
+    const int32_t blockBytes = kBlock * columns;
+    const int32_t rightWidth = width - blockBytes;
     // Block rows handled by the 8x8 routines need lines 8r + 8 and 8r + 9 below them; with an even
     // line count these are all rows but the last.
     const int32_t fullRows = lines >= kBlock + 2 ? (lines - 2) / kBlock : 0;
@@ -198,24 +165,28 @@ void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t s
                   static_cast<uint32_t>(w), static_cast<uint32_t>(h));
     };
     for (int32_t r = 0; r < fullRows; ++r) {
-        const uint8_t* s = Line(src, kBlock * r, srcPitch);
-        uint8_t* d = Line(dst, kBlock * r, dstPitch);
-        for (int32_t c = 0; c < columns; ++c) {
-            const uint8_t* sb = s + kBlock * c;
-            uint8_t* db = d + kBlock * c;
-            if (XDeint8x8Detect(sb, srcPitch) == 0)
-                XDeint8x8Merge(db, dstPitch, sb, 2 * srcPitch, Line(sb, 1, srcPitch), 2 * srcPitch);
-            else if (c == 0 || c == columns - 1)  // the directional filter reaches 4 columns out
-                XDeint8x8FieldE(db, dstPitch, sb, srcPitch);
-            else
-                XDeint8x8Field(db, dstPitch, sb, srcPitch);
+        const int32_t row0 = kBlock * r;
+        if (columns > 0) {
+            const uint8_t* s[kBlock + 2];
+            uint8_t* d[kBlock];
+            for (int32_t k = 0; k < kBlock + 2; ++k) s[k] = Line(src, row0 + k, srcPitch);
+            for (int32_t k = 0; k < kBlock; ++k) d[k] = Line(dst, row0 + k, dstPitch);
+            kernels.deintBlockRow(d, s, blockBytes);
         }
-        if (rightWidth != 0) strip(kBlock * r, kBlock * columns, rightWidth, kBlock);
+        if (rightWidth != 0) strip(row0, blockBytes, rightWidth, kBlock);
     }
     const int32_t lastRow = kBlock * fullRows;
     const int32_t lastHeight = lines - lastRow;
-    for (int32_t c = 0; c < columns; ++c) strip(lastRow, kBlock * c, kBlock, lastHeight);
-    if (rightWidth != 0) strip(lastRow, kBlock * columns, rightWidth, lastHeight);
+    // An odd height is refused by the strip routine (nothing written); frames never give one.
+    if (columns > 0 && lastHeight % 2 == 0) {
+        // The detector reads lines 0..6 of the strips, the rebuild lines 0..lastHeight-1.
+        const uint8_t* s[kBlock] = {};
+        uint8_t* d[kBlock] = {};
+        for (int32_t k = 0; k < std::max(7, lastHeight); ++k) s[k] = Line(src, lastRow + k, srcPitch);
+        for (int32_t k = 0; k < lastHeight; ++k) d[k] = Line(dst, lastRow + k, dstPitch);
+        kernels.deintStripRow(d, s, blockBytes, lastHeight);
+    }
+    if (rightWidth != 0) strip(lastRow, blockBytes, rightWidth, lastHeight);
 }
 
 }  // namespace
@@ -266,7 +237,7 @@ int32_t DeInterlace(DeintPicture* out, const DeintPicture* in, uint32_t width, u
 }
 
 void Merge(uint8_t* dst, const uint8_t* src1, const uint8_t* src2, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) dst[i] = static_cast<uint8_t>((src1[i] + src2[i]) >> 1);
+    Kernels().deintAverage(dst, src1, src2, static_cast<int32_t>(count));
 }
 
 // ---- simple modes -------------------------------------------------------------------------------
@@ -332,27 +303,17 @@ int32_t picture_deinterlace_linear(DeintPicture* out, const DeintPicture* in, ui
 
 constexpr std::array<uint8_t, 2304> cropTbl = MakeCropTable();
 
-// Clamped arithmetically (the same values as cropTbl) so that the loop vectorises.
+// The kernels clamp arithmetically: the same values as cropTbl.
 void deinterlace_line(uint8_t* dst, const uint8_t* lum_m4, const uint8_t* lum_m3,
                       const uint8_t* lum_m2, const uint8_t* lum_m1, const uint8_t* lum,
                       uint32_t size) {
-    for (uint32_t x = 0; x < size; ++x) {
-        int32_t v = FiveTap(lum_m4[x], lum_m3[x], lum_m2[x], lum_m1[x], lum[x]);
-        v = v < 0 ? 0 : v;
-        v = v > 255 ? 255 : v;
-        dst[x] = static_cast<uint8_t>(v);
-    }
+    Kernels().deintFiveTap(dst, lum_m4, lum_m3, lum_m2, lum_m1, lum, static_cast<int32_t>(size));
 }
 
 // Every read of column x comes before its writes: lum_m1 and lum may be lum_m2 itself.
 void deinterlace_line_inplace(uint8_t* lum_m4, const uint8_t* lum_m3, uint8_t* lum_m2,
                               const uint8_t* lum_m1, const uint8_t* lum, uint32_t size) {
-    for (uint32_t x = 0; x < size; ++x) {
-        const uint8_t t = lum_m2[x];
-        const int32_t v = FiveTap(lum_m4[x], lum_m3[x], t, lum_m1[x], lum[x]);
-        lum_m4[x] = t;
-        lum_m2[x] = cropTbl[static_cast<size_t>(kCropOffset + v)];
-    }
+    Kernels().deintFiveTapInPlace(lum_m4, lum_m3, lum_m2, lum_m1, lum, static_cast<int32_t>(size));
 }
 
 int32_t picture_deinterlace_fast(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
@@ -390,118 +351,42 @@ int32_t picture_deinterlace_fast(DeintPicture* out, const DeintPicture* in, uint
 
 // ---- motion-adaptive block mode -----------------------------------------------------------------
 
-uint32_t ssd(int32_t v) { return static_cast<uint32_t>(v * v); }
+uint32_t ssd(int32_t v) { return deint::Ssd(v); }
 
-// Each line pair j = 0, 2, 4, 6 is judged on its own sums: across the fields (neighbouring lines)
-// against within a field (lines two apart). One combed pair makes the block interlaced.
-int32_t XDeint8x8Detect(const uint8_t* src, uint32_t pitch) {
-    for (int32_t j = 0; j < kBlock; j += 2) {
-        const uint8_t* s0 = Line(src, j, pitch);
-        const uint8_t* s1 = Line(src, j + 1, pitch);
-        const uint8_t* s2 = Line(src, j + 2, pitch);
-        const uint8_t* s3 = Line(src, j + 3, pitch);
-        uint32_t fr = 0, ff = 0;
-        for (int32_t x = 0; x < kBlock; ++x) {
-            fr += ssd(s0[x] - s1[x]) + ssd(s1[x] - s2[x]);
-            ff += ssd(s0[x] - s2[x]) + ssd(s1[x] - s3[x]);
-        }
-        if ((fr * 6) >> 3 > ff && fr > 32) return 1;
-    }
-    return 0;
-}
+int32_t XDeint8x8Detect(const uint8_t* src, uint32_t pitch) { return deint::Detect8x8(Lines(src, pitch)); }
 
 void XDeint8x8Merge(uint8_t* dst, uint32_t dstPitch, const uint8_t* src1, uint32_t src1Pitch,
                     const uint8_t* src2, uint32_t src2Pitch) {
-    Rebuild8x8(dst, dstPitch, src1, src1Pitch, src2, src2Pitch,
-               [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b) {
-                   for (int32_t x = 0; x < kBlock; ++x)
-                       d[x] = static_cast<uint8_t>((a[x] + 6 * m[x] + b[x] + 4) >> 3);
-               });
+    deint::Merge8x8(Lines(dst, dstPitch), Lines(src1, src1Pitch), Lines(src2, src2Pitch));
 }
 
 void XDeint8x8FieldE(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
-    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, Line(src, 1, srcPitch), 2 * srcPitch,
-               [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
-                   for (int32_t x = 0; x < kBlock; ++x) d[x] = static_cast<uint8_t>((a[x] + b[x]) >> 1);
-               });
+    deint::FieldE8x8(Lines(dst, dstPitch), Lines(src, srcPitch));
 }
 
-// The three costs span eight pixels each and are not centred alike (a from x-4..x+3, x-3..x+4,
-// x-2..x+5); a diagonal wins only strictly, ties go to the vertical average. Each cost slides
-// along the line: one pixel on, it gains the difference entering its span and loses the one
-// leaving it, which gives the same sums as adding all eight.
 void XDeint8x8Field(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch) {
-    Rebuild8x8(dst, dstPitch, src, 2 * srcPitch, Line(src, 1, srcPitch), 2 * srcPitch,
-               [](uint8_t* d, const uint8_t* a, const uint8_t*, const uint8_t* b) {
-                   uint32_t c0 = DirectionCost(a, b, 0, -4, 2);   // upper left to lower right
-                   uint32_t c1 = DirectionCost(a, b, 0, -3, 0);   // vertical
-                   uint32_t c2 = DirectionCost(a, b, 0, -2, -2);  // upper right to lower left
-                   for (int32_t x = 0; x < kBlock; ++x) {
-                       if (x > 0) {
-                           c0 += AbsDiff(a[x + 3], b[x + 5]) - AbsDiff(a[x - 5], b[x - 3]);
-                           c1 += AbsDiff(a[x + 4], b[x + 4]) - AbsDiff(a[x - 4], b[x - 4]);
-                           c2 += AbsDiff(a[x + 5], b[x + 3]) - AbsDiff(a[x - 3], b[x - 5]);
-                       }
-                       uint32_t v;
-                       if (c0 < c1 && c1 <= c2)
-                           v = a[x - 1] + b[x + 1];
-                       else if (c2 < c1 && c1 <= c0)
-                           v = a[x + 1] + b[x - 1];
-                       else
-                           v = a[x] + b[x];
-                       d[x] = static_cast<uint8_t>(v >> 1);
-                   }
-               });
+    deint::Field8x8(Lines(dst, dstPitch), Lines(src, srcPitch));
 }
 
-// The detector takes the strip's width as its line count and its height as its pixel count.
 int32_t XDeintNxN(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                   uint32_t width, uint32_t height) {
     if (height % 2 != 0 || width < 2) return kInvalidArg;  // never produced by the plane walk
-    if (XDeintNxNDetect(src, srcPitch, width, height) != 0)
-        XDeintNxNField(dst, dstPitch, src, srcPitch, width, height);
-    else
-        XDeintNxNFrame(dst, dstPitch, src, srcPitch, width, height);
+    deint::StripNxN(Lines(dst, dstPitch), Lines(src, srcPitch), width, height);
     return kOk;
 }
 
-// The first pair always runs, further pairs while y < lineCount - 2; two combed pairs are needed.
 int32_t XDeintNxNDetect(const uint8_t* src, uint32_t pitch, uint32_t lineCount, uint32_t pixelCount) {
-    if (lineCount == 2) return 0;
-    const int32_t pairEnd = static_cast<int32_t>(lineCount) - 2;
-    int32_t count = 0;
-    for (int32_t y = 0; y == 0 || y < pairEnd; y += 2) {
-        const uint8_t* s0 = Line(src, y, pitch);
-        const uint8_t* s1 = Line(src, y + 1, pitch);
-        const uint8_t* s2 = Line(src, y + 2, pitch);
-        uint32_t fr = 0, ff = 0;
-        for (uint32_t x = 0; x < pixelCount; ++x) {
-            fr += ssd(s0[x] - s1[x]);
-            ff += ssd(s0[x] - s2[x]);
-        }
-        if (ff < fr && fr > pixelCount >> 1) ++count;
-    }
-    return count > 1 ? 1 : 0;
+    return deint::DetectNxN(Lines(src, pitch), lineCount, pixelCount);
 }
 
-// In the last pair no field line lies below: the odd line is blended with itself.
 void XDeintNxNField(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                     uint32_t width, uint32_t height) {
-    RebuildStrip(dst, dstPitch, src, srcPitch, width, height,
-                 [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b, uint32_t w) {
-                     const uint8_t* other = b != nullptr ? b : m;
-                     for (uint32_t x = 0; x < w; ++x) d[x] = static_cast<uint8_t>((a[x] + other[x]) >> 1);
-                 });
+    deint::FieldNxN(Lines(dst, dstPitch), Lines(src, srcPitch), width, height);
 }
 
 void XDeintNxNFrame(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t srcPitch,
                     uint32_t width, uint32_t height) {
-    RebuildStrip(dst, dstPitch, src, srcPitch, width, height,
-                 [](uint8_t* d, const uint8_t* a, const uint8_t* m, const uint8_t* b, uint32_t w) {
-                     for (uint32_t x = 0; x < w; ++x)
-                         d[x] = static_cast<uint8_t>(b != nullptr ? (a[x] + 2 * m[x] + b[x] + 2) >> 2
-                                                                  : (a[x] + m[x]) >> 1);
-                 });
+    deint::FrameNxN(Lines(dst, dstPitch), Lines(src, srcPitch), width, height);
 }
 
 // Luma keeps the output pitch as its processed width, so source luma lines are read up to the

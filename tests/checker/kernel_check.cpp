@@ -17,6 +17,7 @@
 
 #include "core/kernel_table.h"
 #include "core/qv_routines.h"
+#include "deinterlace_check.h"
 
 namespace {
 
@@ -385,6 +386,8 @@ int main(int argc, char** argv) {
         CheckMoves(variant, rng, &passed, &failed);
     }
 
+    CheckDeinterlaceKernels(sets, count, rng, &passed, &failed);
+
     if (bench) {
         std::printf("\nns per pixel at 1920 pixels, neutral setting (speed-up over scalar)\n%-16s %8s", "kernel", "scalar");
         for (int i = 0; i < count; ++i) std::printf(" %16s", sets[i].table.name);
@@ -398,6 +401,7 @@ int main(int argc, char** argv) {
             }
             std::printf("\n");
         }
+        BenchDeinterlaceKernels(sets, count);
     }
     std::printf("kernel check: %d passed, %d failed\n", passed, failed);
     return failed == 0 ? 0 : 1;

@@ -34,7 +34,7 @@ bash scripts/deps.sh "${extra[@]}"
 cross_build() {  # directory, toolchain name, extra CMake flags...
   local d="$1" toolchain="$2"
   shift 2
-  cmake -S . -B "$d" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQV_GTEST_FROM_SOURCE=ON \
+  cmake -S . -B "$d" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQV_GTEST_FROM_SOURCE=ON -DQV_BUILD_GST=OFF \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchain-$toolchain.cmake" "$@" >/dev/null
   cmake --build "$d" -j"$(nproc)"
 }

@@ -68,7 +68,8 @@ Geometry GeometryOf(int format, int32_t w, int32_t h) {
     return g;
 }
 
-// A picture with tightly packed rows and two spare rows below each plane.
+// A picture with tightly packed rows and five spare rows below each plane: the padding the
+// README asks of sources (block deinterlacing reads up to five rows below a plane).
 struct Picture {
     Geometry g;
     std::vector<uint8_t> bytes[3];
@@ -77,7 +78,7 @@ struct Picture {
     Picture(int format, int32_t w, int32_t h) : g(GeometryOf(format, w, h)) {
         for (int i = 0; i < g.planes; ++i) {
             stride[i] = g.rowBytes[i];
-            bytes[i].resize(static_cast<size_t>(stride[i]) * (g.rows[i] + 2) + 64);
+            bytes[i].resize(static_cast<size_t>(stride[i]) * (g.rows[i] + 5) + 64);
             for (size_t k = 0; k < bytes[i].size(); ++k) bytes[i][k] = static_cast<uint8_t>(k * 131 + i * 17 + (k >> 9));
             plane[i] = bytes[i].data();
         }

@@ -31,7 +31,7 @@ inline uint32_t Blend565(const uint8_t* row, const WholeTap& tx) { return Load16
 int32_t _QVRGB565RszRot(const QvRotationParams* prm, const uint8_t* src, int32_t srcStridePixels, int32_t W,
                         int32_t H, int32_t DW, int32_t DH) {
     if (prm == nullptr) return kInvalidArg;
-    const Placement dst = PlacementOf<2, 2>(*prm);
+    const Placement dst = PlacementOf<kRGB565>(*prm);
     const int32_t pitch = 2 * srcStridePixels;
     WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
         const auto rows = RowsAt(src, pitch, ty);

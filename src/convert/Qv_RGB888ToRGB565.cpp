@@ -14,12 +14,12 @@ using Blend = std::array<uint32_t, 3>;  // per byte: an 8-bit value times 32
 
 // Byte 2 becomes red (top 5 bits), byte 1 green (top 6), byte 0 blue (top 5), truncating.
 struct WriteRGB565 {
-    static constexpr int kShift = 2, kUnitBytes = 2;
+    static constexpr int32_t kFormat = kRGB565;
     void operator()(uint8_t* p, const Blend& h) const { Store16(p, (h[2] >> 8) << 11 | (h[1] >> 7) << 5 | (h[0] >> 8)); }
 };
 // The byte order is carried through unchanged.
 struct WriteRGB888 {
-    static constexpr int kShift = 1, kUnitBytes = 1;
+    static constexpr int32_t kFormat = kRGB888;
     void operator()(uint8_t* p, const Blend& h) const {
         for (int k = 0; k < 3; ++k) p[k] = static_cast<uint8_t>(h[k] >> 5);
     }
@@ -45,7 +45,7 @@ template <class Writer>
 int32_t ResampleRGB888(const QvRotationParams* prm, const uint8_t* src, int32_t pitch, int32_t W, int32_t H,
                        int32_t DW, int32_t DH, Writer write) {
     if (prm == nullptr) return kInvalidArg;
-    const Placement dst = PlacementOf<Writer::kShift, Writer::kUnitBytes>(*prm);
+    const Placement dst = PlacementOf<Writer::kFormat>(*prm);
     WalkResampled(W, H, DW, DH, [&](int32_t j, const auto& ty) {
         const auto rows = RowsAt(src, pitch, ty);
         uint8_t* const row = dst.RowStart(j);

@@ -12,18 +12,18 @@
 namespace qv {
 namespace {
 
-// Destination units: the record's two-pixel steps become pixel steps by an arithmetic shift
-// (kShift) in units of kUnitBytes; a pixel is kBytes.
+// Destination formats: the record's two-pixel steps become pixel steps in whole units of the
+// format (PlacementOf); a pixel is kBytes.
 struct RGB565Out {
-    static constexpr int kShift = 2, kUnitBytes = 2, kBytes = 2;
+    static constexpr int32_t kFormat = kRGB565, kBytes = 2;
     static RowKernel Kernel(const KernelTable& k) { return k.row444ToRGB565; }
 };
 struct RGB888Out {
-    static constexpr int kShift = 1, kUnitBytes = 1, kBytes = 3;
+    static constexpr int32_t kFormat = kRGB888, kBytes = 3;
     static RowKernel Kernel(const KernelTable& k) { return k.row444ToRGB888; }
 };
 struct ARGB32Out {
-    static constexpr int kShift = 3, kUnitBytes = 4, kBytes = 4;
+    static constexpr int32_t kFormat = kARGB32, kBytes = 4;
     static RowKernel Kernel(const KernelTable& k) { return k.row444ToARGB32; }
 };
 
@@ -38,7 +38,7 @@ int32_t Resample444(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss, int32_
     if (ctx->params == nullptr) return kInvalidArg;
     // Destination sizes below 2 have no step (the library's sizes are multiples of 4).
     if (W < 1 || H < 1 || DW < 2 || DH < 2) return kOk;
-    const Placement dst = PlacementOf<Out::kShift, Out::kUnitBytes>(*ctx->params);
+    const Placement dst = PlacementOf<Out::kFormat>(*ctx->params);
     const RowKernel kernel = Out::Kernel(Kernels());
     const ConvTables tables = TablesOf(ctx);
     const int32_t stepX = ScaleStep(W, DW), stepY = ScaleStep(H, DH);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "core/pixel.h"
+#include "core/routes.h"
 
 namespace qv {
 
@@ -79,16 +80,18 @@ inline void BilinearRow(const RowPair& rows, int32_t W, int32_t stepX, int32_t x
 }
 
 // Destination pixel (i, j) through the packed parameter record. The record's steps count bytes
-// for two pixels and two rows; each destination unit converts them with its own arithmetic
-// shift (16-bit: >> 2 units, RGB888: >> 1 bytes, 32-bit: >> 3 units), so negative steps work.
+// for two pixels and two rows; each destination format converts them to whole units of its own
+// (PixelUnitOf: 16-bit: >> 2 units, RGB888: >> 1 bytes, 32-bit: >> 3 units), so negative steps
+// work. Frame validation computes the bytes a frame touches from the same steps.
 struct Placement {
     uint8_t* start;
     int32_t dx, dy;  // bytes
     uint8_t* RowStart(int32_t j) const { return Row(start, j, dy); }
 };
-template <int kShift, int kUnitBytes>
+template <int32_t kDestination>
 inline Placement PlacementOf(const QvRotationParams& p) {
-    return {p.dst00, (p.stepX >> kShift) * kUnitBytes, (p.stepY >> kShift) * kUnitBytes};
+    constexpr PixelUnit kUnit = PixelUnitOf(FormatOf(kDestination).pixelBytes);
+    return {p.dst00, kUnit.Step(p.stepX), kUnit.Step(p.stepY)};
 }
 
 }  // namespace qv

@@ -163,8 +163,8 @@ struct RotatedRows {
     RowPairOut At(int32_t, int32_t) { return {upper, lower}; }
     void Place(int32_t k, int32_t x0, int32_t n) const {
         constexpr int32_t B = Format::kBytes;
-        const ptrdiff_t stepX = prm.stepX & Format::kRows.rotatedStepMask;
-        ptrdiff_t o = static_cast<ptrdiff_t>(k) * (prm.stepY & Format::kRows.rotatedStepMask) + (x0 >> 1) * stepX;
+        const ptrdiff_t stepX = Format::kRows.RotatedStep(prm.stepX);
+        ptrdiff_t o = static_cast<ptrdiff_t>(k) * Format::kRows.RotatedStep(prm.stepY) + (x0 >> 1) * stepX;
         for (int32_t i = 0; i < n; i += 2, o += stepX) {
             std::memcpy(prm.dst00 + o, upper + i * B, B);
             std::memcpy(prm.dst10 + o, upper + (i + 1) * B, B);

@@ -214,6 +214,49 @@ int32_t _ImgPrcInit_depend(QvImgPrcContext* ctx) {
     return kOk;
 }
 
+PackedPlacement PackedPlacementOf(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t s) {
+    PackedPlacement p{};
+    int64_t stepX = 0, stepY = 0;
+    switch (rotation) {
+        case kRotateNone:
+            stepX = 2 * B; stepY = 2 * s;
+            p.d00 = 0; p.d10 = p.d00 + B;
+            p.d01 = p.d00 + s; p.d11 = p.d00 + s + B;
+            break;
+        case kRotate90CCW:
+            stepX = -2 * s; stepY = 2 * B;
+            p.d00 = (W - 1) * s; p.d10 = p.d00 - s;
+            p.d01 = p.d00 + B; p.d11 = p.d10 + B;
+            break;
+        case kRotate90CW:
+            stepX = 2 * s; stepY = -2 * B;
+            p.d00 = (H - 1) * B; p.d10 = p.d00 + s;
+            p.d01 = p.d00 - B; p.d11 = p.d10 - B;
+            break;
+        case kRotate180:
+            // The first pixel is found from the stride, not the width: a destination wider
+            // than the picture gets the picture against the right end of each row.
+            stepX = -2 * B; stepY = -2 * s;
+            p.d00 = H * s - B; p.d10 = p.d00 - B;
+            p.d01 = p.d00 - s; p.d11 = p.d01 - B;
+            break;
+        case kMirror:
+            stepX = -2 * B; stepY = 2 * s;
+            p.d00 = (W - 1) * B; p.d10 = p.d00 - B;
+            p.d01 = p.d00 + s; p.d11 = p.d01 - B;
+            break;
+        default:  // kFlip
+            stepX = 2 * B; stepY = -2 * s;
+            p.d00 = (H - 1) * s; p.d10 = p.d00 + B;
+            p.d01 = p.d00 - s; p.d11 = p.d01 + B;
+            break;
+    }
+    // The record holds 32-bit steps.
+    p.stepX = static_cast<int32_t>(static_cast<uint32_t>(stepX));
+    p.stepY = static_cast<int32_t>(static_cast<uint32_t>(stepY));
+    return p;
+}
+
 int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int32_t dstWidth,
                          int32_t dstHeight, const int32_t dstStrides[3]) {
     if (ctx == nullptr || ctx->params == nullptr) return kInvalidArg;
@@ -225,45 +268,14 @@ int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int3
     const int64_t W = dstWidth, H = dstHeight;
 
     if (B != kPlanarRecord) {
-        uint8_t* base = dstPlanes[0];
-        const int64_t s = dstStrides[0];
-        int64_t stepX = 0, stepY = 0;
-        switch (ctx->rotation) {
-            case kRotateNone:
-                stepX = 2 * B; stepY = 2 * s;
-                p.dst00 = base; p.dst10 = Offset(p.dst00, B);
-                p.dst01 = Offset(p.dst00, s); p.dst11 = Offset(p.dst00, s + B);
-                break;
-            case kRotate90CCW:
-                stepX = -2 * s; stepY = 2 * B;
-                p.dst00 = Offset(base, (W - 1) * s); p.dst10 = Offset(p.dst00, -s);
-                p.dst01 = Offset(p.dst00, B); p.dst11 = Offset(p.dst10, B);
-                break;
-            case kRotate90CW:
-                stepX = 2 * s; stepY = -2 * B;
-                p.dst00 = Offset(base, (H - 1) * B); p.dst10 = Offset(p.dst00, s);
-                p.dst01 = Offset(p.dst00, -B); p.dst11 = Offset(p.dst10, -B);
-                break;
-            case kRotate180:
-                // The first pixel is found from the stride, not the width: a destination wider
-                // than the picture gets the picture against the right end of each row.
-                stepX = -2 * B; stepY = -2 * s;
-                p.dst00 = Offset(base, H * s - B); p.dst10 = Offset(p.dst00, -B);
-                p.dst01 = Offset(p.dst00, -s); p.dst11 = Offset(p.dst01, -B);
-                break;
-            case kMirror:
-                stepX = -2 * B; stepY = 2 * s;
-                p.dst00 = Offset(base, (W - 1) * B); p.dst10 = Offset(p.dst00, -B);
-                p.dst01 = Offset(p.dst00, s); p.dst11 = Offset(p.dst01, -B);
-                break;
-            default:  // kFlip
-                stepX = 2 * B; stepY = -2 * s;
-                p.dst00 = Offset(base, (H - 1) * s); p.dst10 = Offset(p.dst00, B);
-                p.dst01 = Offset(p.dst00, -s); p.dst11 = Offset(p.dst01, B);
-                break;
-        }
-        p.stepX = static_cast<int32_t>(stepX);
-        p.stepY = static_cast<int32_t>(stepY);
+        const PackedPlacement o = PackedPlacementOf(ctx->rotation, B, W, H, dstStrides[0]);
+        uint8_t* const base = dstPlanes[0];
+        p.dst00 = Offset(base, o.d00);
+        p.dst10 = Offset(base, o.d10);
+        p.dst01 = Offset(base, o.d01);
+        p.dst11 = Offset(base, o.d11);
+        p.stepX = o.stepX;
+        p.stepY = o.stepY;
         return kOk;
     }
 

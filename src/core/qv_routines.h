@@ -33,6 +33,14 @@ void set_transtable(uint16_t* yTable, int32_t* cbTable, int32_t* crTable, int32_
 void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation);
 int32_t _QV_RotationInit(QvImgPrcContext* ctx, uint8_t* const dstPlanes[3], int32_t dstWidth,
                          int32_t dstHeight, const int32_t dstStrides[3]);
+// The packed rotation record (pixels of B bytes, destination W x H, stride s) as byte offsets
+// from destination plane 0 of source pixels (0,0), (1,0), (0,1) and (1,1), and its 32-bit steps
+// for two pixels and two rows. _QV_RotationInit places the record's pointers at these offsets.
+struct PackedPlacement {
+    int64_t d00, d10, d01, d11;
+    int32_t stepX, stepY;
+};
+PackedPlacement PackedPlacementOf(uint32_t rotation, int64_t B, int64_t W, int64_t H, int64_t s);
 
 // ---- colour adjustment ----------------------------------------------------------------------
 int32_t QV_ImgColorAdjustSet(QvImgPrcContext* ctx, const int32_t* values);

@@ -44,6 +44,20 @@ constexpr int32_t kLastDestinationFormat = kRGB555;
 
 constexpr const FormatFacts& FormatOf(int32_t format) { return kFormats[format]; }
 
+// The writers that place packed pixels one at a time (the resamplers, and the 4:2:0 to RGB565
+// enlarging column writer) turn the rotation record's two-pixel steps into one-pixel steps by an
+// arithmetic shift to whole units of the format: 16-bit units for 2-byte pixels, bytes for
+// RGB888, 32-bit units for ARGB32. A step of a stride is thus rounded down (toward minus
+// infinity) to whole pixels of 2 and 4 bytes.
+struct PixelUnit {
+    int32_t shift;  // two-pixel bytes to units
+    int32_t bytes;  // bytes a unit
+    constexpr int32_t Step(int32_t recordStep) const { return (recordStep >> shift) * bytes; }
+};
+constexpr PixelUnit PixelUnitOf(int32_t pixelBytes) {
+    return pixelBytes == 2 ? PixelUnit{2, 2} : pixelBytes == 4 ? PixelUnit{3, 4} : PixelUnit{1, 1};
+}
+
 // ---- row geometry ---------------------------------------------------------------------------
 
 // How a route's converters step through rows. Several steps are not the plain stride: each is
@@ -71,6 +85,8 @@ struct RowGeometry {
         return pairAdvance == PairAdvance::kTwoStrides ? 2 * int64_t{stride} : int64_t{stride >> 1} * 4;
     }
     constexpr int32_t RowStep(int32_t stride) const { return stride & rowMask; }
+    // A rotation record step (two pixels or two rows) as the route's block writer takes it.
+    constexpr int32_t RotatedStep(int32_t recordStep) const { return recordStep & rotatedStepMask; }
 };
 
 // The plain geometry: every step the stride itself.

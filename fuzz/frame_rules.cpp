@@ -771,9 +771,19 @@ FrameRule FrameBuffers(const FrameArgs& args) {
         if (c.W > kMaxResampledSize || c.H > kMaxResampledSize) return refuse("source too large for 16.16 positions");
     }
     if (rot && PlacesThroughRecord(c.op)) {
+        // Rotated packed output is refused exactly when the placement, with its rounded steps,
+        // would reach outside the destination plane: the picture's rows (DW for a quarter turn,
+        // DH otherwise), row r at r x stride and max(|stride|, a picture row) bytes long.
+        Frame placed = f;
+        Route(placed, args.adjustOn);
+        const Span touched = placed.dst[0].span();
         const int64_t B = dstFormat == kRGB565 ? 2 : dstFormat == kRGB888 ? 3 : 4;
-        if (B != 3 && args.dstStrides[0] % B != 0) return refuse("rotated stride is not whole pixels");
-        if (c.rotation == QV_ROTATE_180 && args.dstStrides[0] < B * c.DW) return refuse("half turn with a stride below a row");
+        const bool quarterTurn = c.rotation == QV_ROTATE_90_CCW || c.rotation == QV_ROTATE_90_CW;
+        const int64_t rows = quarterTurn ? c.DW : c.DH, rowBytes = B * (quarterTurn ? c.DH : c.DW);
+        const int64_t s = args.dstStrides[0], width = std::max<int64_t>(std::abs(s), rowBytes);
+        const Span plane = s > 0 ? Span{0, Add(Mul(rows - 1, s), width)} : Span{Mul(rows - 1, s), width};
+        if (!touched.empty() && (touched.begin < plane.begin || touched.end > plane.end))
+            return refuse("rotated placement reaches outside the destination plane");
     }
     if (rot && (c.op == Op(kRGB565, k420) || c.op == Op(kARGB32, k420) || c.op == Op(kABGR32, k420))) {
         rule.mayRunOutOfMemory = true;

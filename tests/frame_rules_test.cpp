@@ -117,8 +117,13 @@ Shape PlaneShape(int32_t format, int i, int64_t w, int64_t h) {
     return {h, Bpp(format) * w};
 }
 
-enum class StrideKind { kTight, kPadded, kOddPad, kBottomUp };
-const StrideKind kStrideKinds[] = {StrideKind::kTight, StrideKind::kPadded, StrideKind::kOddPad, StrideKind::kBottomUp};
+// Beside whole strides, strides of a row and 1, 2, 13 bytes and bottom-up of a row and 3 bytes:
+// rotated RGB565 and ARGB32 output then rounds its steps, and is processed or refused by where
+// the rounded placement lands.
+enum class StrideKind { kTight, kPadded, kOddPad, kBottomUp, kPlusOne, kPlusTwo, kOddBottomUp };
+const StrideKind kStrideKinds[] = {StrideKind::kTight,    StrideKind::kPadded,  StrideKind::kOddPad,
+                                   StrideKind::kBottomUp, StrideKind::kPlusOne, StrideKind::kPlusTwo,
+                                   StrideKind::kOddBottomUp};
 
 int32_t StrideFor(StrideKind kind, int64_t rowBytes, int32_t unit) {
     const int64_t whole = (rowBytes + 3) & ~int64_t{3};  // whole pixels of every unit, and of 4
@@ -129,6 +134,12 @@ int32_t StrideFor(StrideKind kind, int64_t rowBytes, int32_t unit) {
             return static_cast<int32_t>(whole + 4 * unit + 8);
         case StrideKind::kOddPad:
             return static_cast<int32_t>(rowBytes + 13);
+        case StrideKind::kPlusOne:
+            return static_cast<int32_t>(rowBytes + 1);
+        case StrideKind::kPlusTwo:
+            return static_cast<int32_t>(rowBytes + 2);
+        case StrideKind::kOddBottomUp:
+            return static_cast<int32_t>(-(rowBytes + 3));
         default:
             return static_cast<int32_t>(-(whole + 4 * unit));
     }
@@ -330,6 +341,15 @@ TEST(FrameRules, DocumentedExtras) {
     f = Plan({"", 0x003, 20, 12, 20, 12, 2}, 3, StrideKind::kPadded, 0);
     EXPECT_EQ(f.rule.dst[0].begin, f.args.dstStrides[0] - 40);
     EXPECT_EQ(f.rule.dst[0].end, 12 * int64_t{f.args.dstStrides[0]});
+    // Mirrored into ARGB32 rows of 73 bytes: row pairs 144 bytes apart, the last pixel written
+    // (row 23, column 0) at 11 x 144 + 73 + 15 x 4, inside the 24 x 73 bytes.
+    f = Plan({"", 0x005, 16, 24, 16, 24, 2}, 4, StrideKind::kTight, 0);
+    f.args.dstStrides[0] = 73;
+    f.rule = FrameBuffers(f.args);
+    EXPECT_EQ(f.rule.status, 0);
+    EXPECT_EQ(f.rule.dst[0].begin, 0);
+    EXPECT_EQ(f.rule.dst[0].end, 11 * 144 + 73 + 15 * 4 + 4);
+    EXPECT_EQ(RunExact(f, 0, false), QV_S_OK);
 }
 
 // Refusals: the frame returns E_INVALIDARG and touches no destination byte.
@@ -343,6 +363,7 @@ TEST(FrameRules, RefusedFramesTouchNothing) {
         {{"odd rgb565 stride, quarter turn", 0x003, 12, 8, 20, 16, 2}, 1, 33},
         {{"odd rgb565 stride, 4:4:4 flip", 0x203, 12, 8, 12, 8, 2}, 5, 25},
         {{"argb stride of 2 mod 4, 4:4:4 half turn", 0x205, 12, 8, 12, 8, 2}, 3, 50},
+        {{"argb flip, row pairs stepping 148 back from row 23 of 73 bytes", 0x005, 16, 24, 16, 24, 2}, 5, 73},
         {{"half turn, stride below the row", 0x004, 12, 8, 12, 8, 2}, 3, 35},
         {{"half turn, bottom-up", 0x303, 12, 8, 12, 8, 2}, 3, -24},
         {{"source wider than 16.16", 0x003, 32772, 4, 16, 4, 2}, 0, 32},

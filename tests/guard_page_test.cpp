@@ -2,10 +2,12 @@
 // README's "Frame buffers" rules as the README states them (rows x |stride|, the reads past the
 // picture, the strides that drift), once against the page after it and once against the page
 // before it; source planes are read-only. Every route, rotation and deinterlace mode runs with
-// strides of exactly a row and of a padded row, top-down and bottom-up, on sizes that are odd
-// multiples of 4 and sizes that are not. A fault is an access outside the documented bytes.
-// Besides: a refused frame leaves every destination byte as it was, and a frame whose strides do
-// not drift gives the picture it gives with tight top-down planes.
+// strides of exactly a row and of a padded row, top-down and bottom-up, and rotated RGB output
+// also with strides 1 to 3 bytes over a row (either sign), on sizes that are odd multiples of 4
+// and sizes that are not. A fault is an access outside the documented bytes. Besides: a refused
+// frame leaves every destination byte as it was, and a frame whose strides do not drift gives the
+// picture it gives with tight top-down planes (rotated RGB output: each pixel where its
+// placement puts it).
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -117,15 +119,25 @@ Dims DestinationOf(Size k, Dims s) {
     return {d.w & ~3, d.h & ~3};
 }
 
-enum class StrideKind { kRow, kPadded, kRowBottomUp, kPaddedBottomUp };
+enum class StrideKind { kRow, kPadded, kRowBottomUp, kPaddedBottomUp, kRowAnd1, kRowAnd2, kRowAnd3, kMinusRowAnd1,
+                        kMinusRowAnd2, kMinusRowAnd3 };
 const StrideKind kStrideKinds[] = {StrideKind::kRow, StrideKind::kPadded, StrideKind::kRowBottomUp,
                                    StrideKind::kPaddedBottomUp};
-const char* const kStrideNames[] = {"a row", "a padded row", "minus a row", "minus a padded row"};
+// Rows of a packed format that are not whole pixels: rotated output rounds its steps.
+const StrideKind kPartPixelKinds[] = {StrideKind::kRowAnd1,      StrideKind::kRowAnd2,      StrideKind::kRowAnd3,
+                                      StrideKind::kMinusRowAnd1, StrideKind::kMinusRowAnd2, StrideKind::kMinusRowAnd3};
+const char* const kStrideNames[] = {"a row",          "a padded row",   "minus a row",    "minus a padded row",
+                                    "a row and 1",    "a row and 2",    "a row and 3",    "minus a row and 1",
+                                    "minus a row and 2", "minus a row and 3"};
 
-// A padded row: three more pixels of a packed format (whole pixels, so rotated frames are not
-// refused), seven more bytes of a plane of bytes (odd, so every rounding of "Strides that drift"
-// shows).
+// A padded row: three more pixels of a packed format (whole pixels), seven more bytes of a plane
+// of bytes (odd, so every rounding of "Strides that drift" shows).
 int32_t StrideOf(StrideKind k, int64_t rowBytes, int32_t format) {
+    const int kind = static_cast<int>(k);
+    if (kind >= static_cast<int>(StrideKind::kRowAnd1)) {
+        const int n = kind - static_cast<int>(StrideKind::kRowAnd1);
+        return static_cast<int32_t>(n < 3 ? rowBytes + n + 1 : -(rowBytes + n - 2));
+    }
     const int64_t padded = rowBytes + (PixelBytes(format) > 1 ? 3 * PixelBytes(format) : 7);
     const int64_t s = k == StrideKind::kRow || k == StrideKind::kRowBottomUp ? rowBytes : padded;
     return static_cast<int32_t>(k == StrideKind::kRow || k == StrideKind::kPadded ? s : -s);
@@ -232,9 +244,36 @@ struct Plan {
     bool RotatedRgbDestination() const {
         return honoursRotation && rotation != 0 && (dstFormat == kRGB565 || dstFormat == kRGB888 || dstFormat == kARGB);
     }
-    // "Rotation and refused frames".
-    bool Refused(int32_t dstStride) const {
-        if (RotatedRgbDestination() && rotation == 3 && dstStride < 0) return true;
+    // "Rotation and refused frames": the offset of pixel (x, y) of the picture in rotated packed
+    // output through stride s, steps of the stride rounded as the 2 x 2 block writers (4:2:0 but
+    // enlarging to RGB565) or the single-pixel writers round them.
+    int64_t PlacedAt(int64_t x, int64_t y, int64_t s) const {
+        const int64_t B = PixelBytes(dstFormat), w = dstW, h = dstH;
+        int64_t first, across, down;
+        switch (rotation) {
+            case 1: first = (w - 1) * s, across = -s, down = B; break;
+            case 2: first = (h - 1) * B, across = s, down = -B; break;
+            case 3: first = h * s - B, across = -B, down = -s; break;
+            case 4: first = (w - 1) * B, across = -B, down = s; break;
+            default: first = (h - 1) * s, across = B, down = -s; break;
+        }
+        const auto down_to = [](int64_t v, int64_t m) { return v - ((v % m) + m) % m; };
+        if (srcFormat == kI420 && !(dstFormat == kRGB565 && DW > W && DH > H)) {
+            const int64_t m = dstFormat == kARGB ? 4 : 1;
+            return first + x % 2 * across + y % 2 * down + x / 2 * down_to(2 * across, m) + y / 2 * down_to(2 * down, m);
+        }
+        const int64_t m = B == 3 ? 1 : B;
+        return first + x * down_to(across, m) + y * down_to(down, m);
+    }
+    bool Refused(const PlaneRule& dst0) const {
+        if (RotatedRgbDestination()) {
+            const int64_t begin = dst0.Begin(), end = dst0.End();
+            for (int64_t y = 0; y < dstH; ++y)
+                for (int64_t x = 0; x < dstW; ++x) {
+                    const int64_t at = PlacedAt(x, y, dst0.stride);
+                    if (at < begin || at + PixelBytes(dstFormat) > end) return true;
+                }
+        }
         const bool fromRgb = route.op == 0x300 || route.op == 0x500 || route.op == 0x900;
         return fromRgb && rotation != 0 && (DW < W || DH < H);
     }
@@ -370,7 +409,7 @@ void GuardPages::RunFrame(QvHandle h, const Plan& plan, uint32_t mode, StrideKin
     for (GuardedPlane* g : dstPlanes) before.push_back(g->contents());
 
     const QvFrameOptions options{0, 0, mode};
-    const bool refused = plan.Refused(dstStrides[0]);
+    const bool refused = plan.Refused(dstRules[0]);
     ASSERT_EQ(qv::QV_IMAGEPROC_ProcessFrame(h, src, srcStrides, dst, dstStrides, &options),
               refused ? QV_E_INVALIDARG : QV_S_OK);
     if (refused) {
@@ -381,6 +420,31 @@ void GuardPages::RunFrame(QvHandle h, const Plan& plan, uint32_t mode, StrideKin
     // The block mode reads bytes past the row, and the 2.5 x 2 path the rows below the picture,
     // which deinterlacing fills from those bytes: such outputs depend on the padding.
     if (drifts || mode == 7 || (plan.case1 && mode != 0)) return;
+    if (kind >= StrideKind::kRowAnd1) {
+        // Every pixel where the placement puts it, as the tight top-down frame has it (but where
+        // rounded steps overlap rows and another pixel shares its bytes).
+        const PlaneRule& p = dstRules[0];
+        const int64_t B = PixelBytes(plan.dstFormat);
+        std::vector<int> cover(static_cast<size_t>(p.End() - p.Begin()));
+        auto each = [&](auto f) {
+            for (int64_t y = 0; y < plan.dstH; ++y)
+                for (int64_t x = 0; x < plan.dstW; ++x) f(x, y, plan.PlacedAt(x, y, p.stride) - p.Begin());
+        };
+        each([&](int64_t, int64_t, int64_t at) {
+            for (int64_t b = 0; b < B; ++b) ++cover[static_cast<size_t>(at + b)];
+        });
+        std::string wrong;
+        each([&](int64_t x, int64_t y, int64_t at) {
+            if (!wrong.empty() || std::any_of(&cover[static_cast<size_t>(at)], &cover[static_cast<size_t>(at + B)],
+                                              [](int n) { return n > 1; }))
+                return;
+            const uint8_t* want = (*reference)[0].data() + plan.PlacedAt(x, y, p.bytes);
+            if (std::memcmp(dstPlanes[0]->plane() + p.Begin() + at, want, static_cast<size_t>(B)) != 0)
+                wrong = std::to_string(x) + ", " + std::to_string(y);
+        });
+        EXPECT_EQ(wrong, "") << "a pixel away from its placement";
+        return;
+    }
     Picture written;
     for (size_t i = 0; i < dstPlanes.size(); ++i) {
         const PlaneRule& p = dstRules[i];
@@ -422,6 +486,10 @@ TEST_P(GuardPages, EveryRotationModeAndStrideStaysInsideTheDocumentedBytes) {
             for (uint32_t mode : modes) {
                 Picture reference;
                 for (StrideKind kind : kStrideKinds)
+                    for (bool againstFront : {false, true})
+                        if (!HasFatalFailure()) RunFrame(h, plan, mode, kind, againstFront, &reference);
+                if (mode != 0 || !plan.RotatedRgbDestination()) continue;
+                for (StrideKind kind : kPartPixelKinds)
                     for (bool againstFront : {false, true})
                         if (!HasFatalFailure()) RunFrame(h, plan, mode, kind, againstFront, &reference);
             }

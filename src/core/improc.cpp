@@ -83,16 +83,59 @@ int32_t EncodeThenRotate(QvImgPrcContext* ctx, int32_t W, int32_t H, int32_t DW,
 // and the step ((size - 1) << 16) / (n - 1) would wrap to a negative value.
 constexpr int32_t kMaxResampledSize = 32768;
 
-// The packed writers that place through the rotation record step by the record's strides rounded
-// to whole pixels (arithmetic shifts and masks), and the half turn starts from the stride: a
-// stride that is not a whole number of 16- or 32-bit pixels drifts the rows that step against the
-// stride out of the front of the plane, and a half turn with a stride below a row of the picture
-// starts before it. Such frames are refused, as a rotated destination smaller than the picture is.
-bool PlacementStaysInPlane(const Route& route, uint32_t rotation, int32_t DW, int32_t stride) {
+// The bytes [first, end) a rotated packed frame writes, as offsets from destination plane 0: runs
+// of `bytes` at start + i x stepI + j x stepJ (i < nI, j < nJ) added one lattice at a time.
+class TouchedBytes {
+public:
+    void Add(int64_t start, int64_t nI, int64_t stepI, int64_t nJ, int64_t stepJ, int64_t bytes) {
+        if (nI <= 0 || nJ <= 0) return;
+        const int64_t i = (nI - 1) * stepI, j = (nJ - 1) * stepJ;
+        const int64_t lo = start + (i < 0 ? i : 0) + (j < 0 ? j : 0);
+        const int64_t hi = start + (i > 0 ? i : 0) + (j > 0 ? j : 0) + bytes;
+        first_ = any_ && first_ < lo ? first_ : lo;
+        end_ = any_ && end_ > hi ? end_ : hi;
+        any_ = true;
+    }
+    // Inside [begin, end), or nothing touched.
+    bool Within(int64_t begin, int64_t end) const { return !any_ || (first_ >= begin && end_ <= end); }
+
+private:
+    bool any_ = false;
+    int64_t first_ = 0, end_ = 0;
+};
+
+// Rotated packed output goes through the rotation record, whose steps the writers round to whole
+// pixels (see RowGeometry::RotatedStep and PixelUnit): a frame is refused exactly when those
+// steps would carry a write outside the destination plane. The plane holds the picture's rows (DW
+// of them for a quarter turn, DH otherwise), row r at r x stride and max(|stride|, a picture row)
+// bytes long; for a negative stride the rows lie before the pointer. Each writer touches a
+// lattice whose extreme corners are bytes it writes, so the lattices' hull decides. Sizes and
+// strides are 32-bit and the steps rounded from 32-bit record steps: every sum stays below 2^63.
+bool PlacementStaysInPlane(const Route& route, uint32_t rotation, uint32_t scale, int32_t DW, int32_t DH,
+                           int32_t stride) {
     if (!route.placesThroughRecord()) return true;  // planar output, or a route that does not use the record
     const int64_t B = route.destinationBytes();
-    if (B != 3 && stride % B != 0) return false;
-    return rotation != kRotate180 || stride >= B * DW;
+    const PackedPlacement p = PackedPlacementOf(rotation, B, DW, DH, stride);
+    TouchedBytes touched;
+    if (route.alwaysResamples() || (route.destination == kRGB565 && scale == kScaleUp)) {
+        // Pixel by pixel: the resamplers, and the 4:2:0 to RGB565 enlarging column writer, whose
+        // halved steps (a pitch of whole pixels, a row advance with its lowest bit cleared) are
+        // the same whole 16-bit units.
+        const PixelUnit unit = PixelUnitOf(static_cast<int32_t>(B));
+        touched.Add(p.d00, DW, unit.Step(p.stepX), DH, unit.Step(p.stepY), B);
+    } else {
+        // In 2x2 blocks (same size, DW x DH, or scaled to it): each corner pixel of a block at
+        // the record's steps as the route rounds them.
+        for (const int64_t corner : {p.d00, p.d10, p.d01, p.d11})
+            touched.Add(corner, DW >> 1, route.rows.RotatedStep(p.stepX), DH >> 1, route.rows.RotatedStep(p.stepY), B);
+    }
+    const bool quarterTurn = rotation == kRotate90CCW || rotation == kRotate90CW;
+    const int64_t rows = quarterTurn ? DW : DH;
+    const int64_t rowBytes = B * (quarterTurn ? DH : DW);
+    const int64_t s = stride, width = s < 0 ? (-s > rowBytes ? -s : rowBytes) : (s > rowBytes ? s : rowBytes);
+    const int64_t begin = s < 0 ? (rows - 1) * s : 0;
+    const int64_t end = s < 0 ? width : (rows - 1) * s + width;
+    return touched.Within(begin, end);
 }
 
 }  // namespace
@@ -221,7 +264,7 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     // Refused frames write nothing; see each reason.
     if ((scales || route->alwaysResamples()) && (W > kMaxResampledSize || H > kMaxResampledSize))
         return kInvalidArg;
-    if (rot && !PlacementStaysInPlane(*route, ctx->rotation, DW, dstStrides[0])) return kInvalidArg;
+    if (rot && !PlacementStaysInPlane(*route, ctx->rotation, scale, DW, DH, dstStrides[0])) return kInvalidArg;
 
     // 4. Exactly one converter.
     const QvRotationParams* prm = ctx->params;

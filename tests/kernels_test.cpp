@@ -1,5 +1,5 @@
 // Line conversion and interpolation kernels: worked numbers, and the counters no route reaches
-// (every route's arithmetic is checked against the model in rgb_routes_test).
+// (every route's arithmetic is checked against the model in routes_test).
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,19 +14,6 @@ uint32_t Word(uint32_t r, uint32_t g, uint32_t b) {
     return r << 21 | g << 10 | b;
 }
 constexpr uint32_t kMark = 0xDEADBEEF;  // never an interpolation word: it has guard bits set
-
-TEST(Kernels, ConvertSaturatesRedAndClearsBlue) {
-    qvtest::Context c(qvtest::MakeParams(0x003, 16, 16, 16, 16));  // neutral tables
-    const uint8_t y[2] = {255, 0}, cb[1] = {0}, cr[1] = {255};
-    uint32_t w0[2], w1[2];
-    uint16_t p0[2], p1[2];
-    qv::Convert(c.ctx, y, y, cb, cr, w0, w1, 2);
-    qv::Convert_565(c.ctx, y, y, cb, cr, p0, p1, 2);
-    EXPECT_EQ(w0[0] >> 21, 63u);  // Y 255 with Cr 255: red saturates
-    EXPECT_EQ(p0[0] >> 11, 31u);
-    EXPECT_EQ(w0[1] & 31, 0u);  // Y 0 with Cb 0: blue is cleared, not wrapped
-    EXPECT_EQ(p0[1] & 31, 0u);
-}
 
 TEST(Kernels, NegativeGreenHalfOfACrEntryLeaksOneUnitIntoRed) {
     std::array<uint16_t, 256> yt{};

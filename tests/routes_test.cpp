@@ -278,19 +278,6 @@ uint8_t Bilinear(const GuardedPlane& g, const Pos& x, const Pos& y) {
     return static_cast<uint8_t>((((r - l) * x.w + (l << 5)) >> 6) & 255);
 }
 
-// Channel sums in 1/128 units, the chroma table entries read as signed words.
-struct Sums {
-    int32_t r, g, b;
-};
-Sums SumsOf(const qv::QvImgPrcContext* ctx, uint8_t Y, uint8_t cb, uint8_t cr) {
-    const int32_t y = ctx->yTable[Y], b = ctx->cbTable[cb], r = ctx->crTable[cr];
-    const int32_t low = static_cast<int32_t>((static_cast<uint32_t>(r) + static_cast<uint32_t>(b)) << 16);
-    return {y + (r >> 15), y + (low >> 15), y + (b >> 15)};
-}
-uint32_t Chan(int32_t sum, int shift, int32_t max) { return static_cast<uint32_t>(std::clamp(sum >> shift, 0, max)); }
-// r << 16 | g << 8 | b: as RGB888 bytes b, g, r; with the alpha on top, ARGB32.
-uint32_t RefRGB8(const Sums& s) { return Chan(s.r, 7, 255) << 16 | Chan(s.g, 7, 255) << 8 | Chan(s.b, 7, 255); }
-
 // Packed destinations, unrotated: 4:2:0 to RGB555 (own size, the block's chroma, green shifted by
 // 10, packed one bit up over the mask bit, 0 where the pixel's own (Y, Cb, Cr) equals all 32 bits of
 // the key); 4:2:2 (chroma from the column under the luma position, interpolated vertically only)
@@ -307,16 +294,14 @@ Pic PackedModel(int32_t op, const qv::QvImgPrcContext* ctx, const Planes& src, c
             uint32_t& v = pic.at(i, j);
             if (op == 0x00A) {
                 const uint8_t Y = r0[i], cb = src.p[1].row(j / 2)[i / 2], cr = src.p[2].row(j / 2)[i / 2];
-                const Sums t = SumsOf(ctx, Y, cb, cr);
-                v = (static_cast<uint32_t>(Y) << 16 | cb << 8 | cr) == key
-                        ? 0 : Chan(t.r, 10, 31) << 11 | Chan(t.g, 10, 31) << 6 | Chan(t.b, 10, 31) << 1 | 1;
+                const Rgb t = Channels(ctx, Y, TermsOf(ctx, cb, cr), 10, 10, 10);
+                v = (static_cast<uint32_t>(Y) << 16 | cb << 8 | cr) == key ? 0 : t.r << 11 | t.g << 6 | t.b << 1 | 1;
             } else if (op < 0x300) {
                 auto chroma = [&](const GuardedPlane& g) {
                     return op == 0x103 ? static_cast<uint8_t>(Vertical(g, x.i0 / 2, y, 5) & 255) : Bilinear(g, x, y);
                 };
-                const Sums t = SumsOf(ctx, Bilinear(P, x, y), chroma(src.p[1]), chroma(src.p[2]));
-                v = to == qv::kRGB565 ? Chan(t.r, 10, 31) << 11 | Chan(t.g, 9, 63) << 5 | Chan(t.b, 10, 31)
-                    : to == qv::kRGB888 ? RefRGB8(t) : RefRGB8(t) | alpha << 24;
+                const Fmt f = to == qv::kRGB565 ? k565 : to == qv::kRGB888 ? k888 : kARGB;
+                v = Direct(ctx, f, Bilinear(P, x, y), TermsOf(ctx, chroma(src.p[1]), chroma(src.p[2])), alpha);
             } else if (op == 0x305) {
                 const uint32_t p = r0[2 * i] | r0[2 * i + 1] << 8;
                 v = alpha << 24 | ((p >> 11) << 3) << 16 | (((p >> 5) & 63) << 2) << 8 | (p & 31) << 3;

@@ -1,4 +1,4 @@
-// Context creation, scaling cases, fixed ratios, messages and the rotation placement.
+// Context creation, scaling cases, messages, refusals and the conversion tables.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -61,29 +61,6 @@ TEST(ContextTest, MisalignedSizesAreRoundedWithOneMessage) {
     EXPECT_EQ(copy.srcHeight, 480);
     EXPECT_EQ(copy.dstWidth, 320);
     EXPECT_EQ(copy.scaleCase, 3u);
-}
-
-// What creation copies and sets; blocks only where the context needs them.
-TEST(ContextTest, FieldsAfterCreation) {
-    Context c(MakeParams(0x005, 100, 60, 200, 120, 0, 2, 0x1234, 0xABCDEF));
-    ASSERT_EQ(c.status, 0);
-    const qv::QvImgPrcContext& x = *c.ctx;
-    EXPECT_EQ(x.operation, 0x005);
-    EXPECT_EQ(x.brightness, 128);
-    EXPECT_EQ(x.contrast, 128);
-    EXPECT_EQ(x.saturation, 128);
-    EXPECT_EQ(x.adjustOn, 0u);
-    EXPECT_EQ(x.adjustCurveBlock, nullptr);
-    EXPECT_EQ(x.alpha, 0x1234u);
-    EXPECT_EQ(x.colourValue, 0xABCDEFu);
-    EXPECT_NE(x.lineBufferBlock, nullptr);
-    // Same size: no line buffers. An RGB source is never deinterlaced: no work planes (an RGB565
-    // source of 1920 x 1080 would otherwise hold about 8 MB of them).
-    Context same(MakeParams(0x003, 64, 64, 64, 64)), rgb(MakeParams(0x303, 1920, 1080, 1920, 1080));
-    ASSERT_EQ(rgb.status, 0);
-    EXPECT_EQ(same.ctx->lineBufferBlock, nullptr);
-    EXPECT_NE(same.ctx->planeBlock, nullptr);
-    EXPECT_EQ(rgb.ctx->planeBlock, nullptr);
 }
 
 struct RefusalRow {
@@ -150,35 +127,6 @@ TEST(TransTableTest, NeutralTablesHoldTheBt601Values) {
     // Cb 0: blue = trunc(64 x (2.01723105 x -128) + 0.5) = trunc(-16524.46) = -16524 (rounds up).
     EXPECT_EQ(cb[0] >> 16, -16524);
     EXPECT_EQ(static_cast<int16_t>(cb[0] & 0xFFFF), 3209);  // -0.3917616 x -128 x 64 = 3209.3
-}
-
-TEST(TransTableTest, SaturationZeroClearsChromaAndBrightnessShiftsLuma) {
-    uint16_t y[256];
-    int32_t cb[256], cr[256];
-    qv::set_transtable(y, cb, cr, 0, 128, 0);
-    for (int e = 0; e < 256; ++e) {
-        EXPECT_EQ(cb[e], 0);
-        EXPECT_EQ(cr[e], 0);
-    }
-    // O = -255: e = 255 gives (239 - 255) x 1.164 x 128 < 0, clamped to 0.
-    EXPECT_EQ(y[255], 0);
-    qv::set_transtable(y, cb, cr, 1000, 1000, 128);
-    EXPECT_EQ(y[255], 65535);  // (239 x 255/128 + 255) x 149 clamps at the top
-}
-
-TEST(RotationInitTest, RefusesFormatsWithoutAPlacement) {
-    Context c(MakeParams(0x003, 8, 4, 8, 4));
-    uint8_t byte = 0;
-    uint8_t* const planes[3] = {&byte, &byte, &byte};
-    const int32_t strides[3] = {8, 8, 8};
-    for (int32_t dst : {1, 2, 9, 11}) {
-        c.ctx->operation = dst;
-        EXPECT_EQ(qv::_QV_RotationInit(c.ctx, planes, 8, 4, strides), qv::kNotImplemented);
-    }
-    c.ctx->operation = 0x003;
-    c.ctx->rotation = 6;
-    EXPECT_EQ(qv::_QV_RotationInit(c.ctx, planes, 8, 4, strides), qv::kNotImplemented);
-    EXPECT_EQ(qv::_QV_RotationInit(nullptr, planes, 8, 4, strides), qv::kInvalidArg);
 }
 
 }  // namespace

@@ -194,19 +194,6 @@ INSTANTIATE_TEST_SUITE_P(AllModes, DeintModes,
 
 // ---- simple modes and the entry ------------------------------------------------------------------
 
-TEST(DeintSimple, BobLineOrders) {
-    // Luma lines hold their own index, so each output line names the source line it came from.
-    for (uint32_t field : {0u, 1u}) {
-        Frame fr(0, 16, 8, 0, 16, 1);
-        for (int32_t k = 0; k < 8; ++k) std::memset(fr.S(0, k), k, 16);
-        DeintPicture in = fr.In(), out = fr.Out();
-        ASSERT_EQ(DeInterlace(&out, &in, 16, 8, field, 0, kDeintBob), 0);
-        std::vector<int> order;
-        for (int32_t k = 0; k < 8; ++k) order.push_back(fr.out[0].row(k)[0]);
-        EXPECT_EQ(order, field == 0 ? (std::vector<int>{0, 0, 2, 2, 4, 4, 6, 7}) : (std::vector<int>{0, 1, 1, 3, 3, 5, 5, 7}));
-    }
-}
-
 TEST(DeintSimple, RefusalsWriteNothing) {
     Frame fr(0, 16, 8, 0, 16, 9);
     const Planes before = fr.Contents();

@@ -209,13 +209,9 @@ TEST(SharedLibraryTest, HostLoadsTheLibraryAndCopiesAFrame) {
     uint8_t* dst[3] = {dy.data(), dcb.data(), dcr.data()};
     const int32_t dstStrides[3] = {W, W / 2, W / 2};
     ASSERT_EQ(qvf->ProcessFrame(h, src, srcStrides, dst, dstStrides, nullptr), QV_S_OK);
-    for (int32_t r = 0; r < H; ++r)
-        for (int32_t x = 0; x < W; ++x) ASSERT_EQ(dy.at(x, r), y.at(x, r));
-    for (int32_t r = 0; r < H / 2; ++r)
-        for (int32_t x = 0; x < W / 2; ++x) {
-            ASSERT_EQ(dcb.at(x, r), cb.at(x, r));
-            ASSERT_EQ(dcr.at(x, r), cr.at(x, r));
-        }
+    EXPECT_EQ(qvtest::Picture(dy, W, H).px, qvtest::Picture(y, W, H).px);
+    EXPECT_EQ(qvtest::Picture(dcb, W / 2, H / 2).px, qvtest::Picture(cb, W / 2, H / 2).px);
+    EXPECT_EQ(qvtest::Picture(dcr, W / 2, H / 2).px, qvtest::Picture(cr, W / 2, H / 2).px);
     EXPECT_TRUE(dy.guardsIntact() && dcb.guardsIntact() && dcr.guardsIntact());
     EXPECT_EQ(qvf->Destroy(h), QV_S_OK);
     dlclose(lib);

@@ -136,11 +136,11 @@ struct Planes {
     std::vector<GuardedPlane> p;
     Planes(int32_t stride, int32_t rows, uint8_t fill = 0) { p.emplace_back(stride, rows, fill); }
     // Luma cols x rows, chroma (cols / cdiv) x (rows / rdiv); each plane's rows carry a different
-    // padding, so that a mixed-up stride shows.
-    static Planes YCbCr(int32_t cols, int32_t rows, int32_t cdiv, int32_t rdiv, uint8_t fill = 0) {
-        Planes s(cols + 6, rows, fill);
-        s.p.emplace_back(cols / cdiv + 3, rows / rdiv, fill);
-        s.p.emplace_back(cols / cdiv + 5, rows / rdiv, fill);
+    // padding (`pad` more each), so that a mixed-up stride shows.
+    static Planes YCbCr(int32_t cols, int32_t rows, int32_t cdiv, int32_t rdiv, uint8_t fill = 0, int32_t pad = 0) {
+        Planes s(cols + 6 + pad, rows, fill);
+        s.p.emplace_back(cols / cdiv + 3 + pad, rows / rdiv, fill);
+        s.p.emplace_back(cols / cdiv + 5 + pad, rows / rdiv, fill);
         return s;
     }
     void fillRandom(uint32_t seed) {

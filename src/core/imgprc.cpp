@@ -139,17 +139,26 @@ void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const
         terms[table * 512 + s] = static_cast<uint8_t>(value & 0xFF);
         terms[table * 512 + 256 + s] = static_cast<uint8_t>((value >> 8) & 0xFF);
     };
+    const auto fits = [](int32_t v) { return v >= -32768 && v <= 32767; };
+    bool red = true, blue = true;
+    int32_t cbLowMin = 32767, cbLowMax = -32768, crLowMin = 32767, crLowMax = -32768;
     for (int s = 0; s < 256; ++s) {
         const int32_t cbHigh = cbTable[s] >> 16, crHigh = crTable[s] >> 16;
         const int32_t cbLow = static_cast<int16_t>(cbTable[s] & 0xFFFF), crLow = static_cast<int16_t>(crTable[s] & 0xFFFF);
         put(kTermLuma, s, yTable[s] - 32768);
         put(kTermRedA, s, crHigh);
-        put(kTermRedB, s, std::min(crHigh + (crLow < 0 ? 1 : 0), 32767));
         put(kTermBlueA, s, cbHigh);
-        put(kTermBlueB, s, std::min(cbHigh + (cbLow < 0 ? 1 : 0), 32767));
         put(kTermCbLow, s, cbLow);
         put(kTermCrLow, s, crLow);
+        red = red && fits(2 * crHigh + (crLow < 0 ? 1 : 0));
+        blue = blue && fits(2 * cbHigh + (cbLow < 0 ? 1 : 0));
+        cbLowMin = std::min(cbLowMin, cbLow);
+        cbLowMax = std::max(cbLowMax, cbLow);
+        crLowMin = std::min(crLowMin, crLow);
+        crLowMax = std::max(crLowMax, crLow);
     }
+    const bool green = fits(2 * (cbLowMin + crLowMin)) && fits(2 * (cbLowMax + crLowMax));
+    terms[kTermFitsOffset] = static_cast<uint8_t>((red ? kRedFits : 0) | (green ? kGreenFits : 0) | (blue ? kBlueFits : 0));
 }
 
 void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation) {

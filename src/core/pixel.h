@@ -76,12 +76,15 @@ constexpr int32_t kConvTableBytes = kCrTableOffset + 256 * 4;
 bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, ConvFit* fit);
 
 // The terms the vector kernels add per pixel, as 16-bit tables split into a table of low bytes
-// and one of high bytes, for byte-permute look-ups: y - 32768; the red term as two halves of one
-// sign (the Cr high half, and the high half plus one for a negative low half, held at 32767);
-// the blue term likewise from Cb; the Cb and Cr low halves, whose 16-bit sum is half the green
-// term. Each of the seven is 256 low bytes, then 256 high bytes.
-enum TermTable : int32_t { kTermLuma, kTermRedA, kTermRedB, kTermBlueA, kTermBlueB, kTermCbLow, kTermCrLow, kTermTables };
-constexpr int32_t kTermTableBytes = kTermTables * 512;
+// and one of high bytes, for byte-permute look-ups: y - 32768; the Cr and Cb high halves (the
+// red and blue terms are twice the high half plus one for a negative low half); the Cb and Cr
+// low halves, whose 16-bit sum is half the green term. Each of the five is 256 low bytes, then
+// 256 high bytes. A byte of TermFit flags follows: the terms that fit a signed 16-bit lane
+// whole, for every sample (for green, every pair of samples, the low halves' sum not wrapping).
+enum TermTable : int32_t { kTermLuma, kTermRedA, kTermBlueA, kTermCbLow, kTermCrLow, kTermTables };
+enum TermFit : uint8_t { kRedFits = 1, kGreenFits = 2, kBlueFits = 4 };
+constexpr int32_t kTermFitsOffset = kTermTables * 512;
+constexpr int32_t kTermTableBytes = kTermFitsOffset + 64;
 void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, uint8_t* terms);
 
 // The conversion tables taken out of the context once per frame. Held in a loop's own

@@ -468,12 +468,204 @@ HWY_INLINE void LookupStep(const SplitTerms& split, const uint8_t* const y[2], c
     }
 }
 
+// ---- ARGB32 and RGB888: even and odd pixels side by side --------------------------------
+// Byte packing costs the two-source byte permutes most; these formats avoid them by keeping a
+// 64-pixel step in an order that in-lane unpacks turn into memory order. Word j of lane k of a
+// 32-lane vector holds sample Sigma(k, j) of a 32-sample block: the even pixel of that sample's
+// pair in one vector, the odd one in another. A channel's 64 bytes then hold pixel
+// Rho(k, q) = 4k + (q & 3) + 16 (q >> 2) at byte q of lane k (even and odd pixel of a word side
+// by side), and unpacking bytes, then words, of two channel vectors gives pixels 0-15, 32-47,
+// 16-31 and 48-63 in turn.
+constexpr int Sigma(int k, int j) { return 2 * k + (j & 1) + 8 * (j >> 1); }
+// Luma (and 4:4:4 chroma) bytes gathered so that byte j of lane k holds the even pixel of sample
+// Sigma(k, j) and byte 8 + j the odd one: the low and high unpacks of a table's low and high bytes
+// then give the words of the even and the odd pixels.
+constexpr Index kPairIndex = MakeIndex([](int b) { return 2 * Sigma(b / 16, b % 8) + (b % 16 >= 8 ? 1 : 0); });
+// 64 chroma samples shared by pixel pairs: the low 8 bytes of each lane unpack to the words of
+// samples 0-31, the high 8 to those of samples 32-63.
+constexpr Index kSharedIndex =
+    MakeIndex([](int b) { return (b % 16 < 8 ? 0 : 32) + Sigma(b / 16, b % 8); });
+
+// The chroma terms of 32 samples, in Sigma order: each as two halves of one sign, and whole
+// where the tables' TermFit flags say it fits a lane.
+struct SampleTerms {
+    V16 redA, redB, green, blueA, blueB;
+    V16 red, green2, blue;
+};
+HWY_INLINE SampleTerms TermsOf(V16 redA, V16 blueA, V16 cbLow, V16 crLow) {
+    SampleTerms t;
+    // As in TermsAt: the second halves one more for a negative low half, held at 32767.
+    t.redA = redA;
+    t.redB = hn::SaturatedSub(redA, hn::ShiftRight<15>(crLow));
+    t.green = hn::Add(cbLow, crLow);
+    t.blueA = blueA;
+    t.blueB = hn::SaturatedSub(blueA, hn::ShiftRight<15>(cbLow));
+    t.red = hn::Add(t.redA, t.redB);  // used only where they fit, and then exact
+    t.green2 = hn::Add(t.green, t.green);
+    t.blue = hn::Add(t.blueA, t.blueB);
+    return t;
+}
+// One channel of 32 pixels, saturated: with one addition where the term fits a lane.
+template <bool kWhole>
+HWY_INLINE V16 ChannelOf(V16 luma, V16 a, V16 b, V16 whole) {
+    if constexpr (kWhole) {
+        return hn::SaturatedAdd(luma, whole);
+    } else {
+        return Channel(luma, a, b);
+    }
+}
+
+// A channel's bytes for the pixel pairs: the even pixel's value in the low byte of
+// min(s, -1) >> 7, the odd one's in the high byte of min(s, -1) << 1.
+HWY_INLINE __m512i PairBytes(V16 even, V16 odd) {
+    const DI16 d16;
+    const V16 m1 = hn::Set(d16, int16_t{-1});
+    return _mm512_ternarylogic_epi64(_mm512_set1_epi16(0x00FF), hn::ShiftRight<7>(hn::Min(even, m1)).raw,
+                                     hn::ShiftLeft<1>(hn::Min(odd, m1)).raw, 0xCA);
+}
+
+// Position of pixel p in a channel's bytes.
+constexpr int RhoInverse(int p) { return 16 * ((p % 16) / 4) + 4 * (p / 16) + p % 4; }
+// RGB888 from Rho-ordered channels: output register q takes blue and green, then red.
+template <int q>
+constexpr Index kBlueGreenRho = MakeIndex([](int k) {
+    const int byte = 64 * q + k;
+    return byte % 3 == 0 ? RhoInverse(byte / 3) : byte % 3 == 1 ? 64 + RhoInverse(byte / 3) : 0;
+});
+template <int q>
+constexpr Index kThenRedRho = MakeIndex([](int k) {
+    const int byte = 64 * q + k;
+    return byte % 3 == 2 ? 64 + RhoInverse(byte / 3) : k;
+});
+template <int q>
+HWY_INLINE void StoreRGBThirdRho(__m512i b, __m512i g, __m512i r, uint8_t* p) {
+    const __m512i bg = _mm512_permutex2var_epi8(b, Load(kBlueGreenRho<q>), g);
+    _mm512_storeu_si512(p + 64 * q, _mm512_permutex2var_epi8(bg, Load(kThenRedRho<q>), r));
+}
+
+template <class VecPack>
+HWY_INLINE void StorePairs(const VecPack& pack, __m512i b, __m512i g, __m512i r, uint8_t* p) {
+    if constexpr (std::is_same_v<typename VecPack::Ref, rows::PackARGB32>) {
+        const __m512i a = _mm512_set1_epi8(static_cast<char>(pack.alpha));
+        const __m512i bgLow = _mm512_unpacklo_epi8(b, g), bgHigh = _mm512_unpackhi_epi8(b, g);
+        const __m512i raLow = _mm512_unpacklo_epi8(r, a), raHigh = _mm512_unpackhi_epi8(r, a);
+        _mm512_storeu_si512(p, _mm512_unpacklo_epi16(bgLow, raLow));
+        _mm512_storeu_si512(p + 64, _mm512_unpackhi_epi16(bgLow, raLow));
+        _mm512_storeu_si512(p + 128, _mm512_unpacklo_epi16(bgHigh, raHigh));
+        _mm512_storeu_si512(p + 192, _mm512_unpackhi_epi16(bgHigh, raHigh));
+    } else {
+        StoreRGBThirdRho<0>(b, g, r, p);
+        StoreRGBThirdRho<1>(b, g, r, p);
+        StoreRGBThirdRho<2>(b, g, r, p);
+    }
+}
+
+// The words of a 16-bit table for byte samples gathered by kPairIndex: even and odd pixels.
+HWY_INLINE void PairLookup(const SplitTerms& split, __m512i samples, __mmask64 top, int32_t table, V16& even,
+                           V16& odd) {
+    const __m512i low = split.Bytes(samples, top, table, 0), high = split.Bytes(samples, top, table, 1);
+    even = V16{_mm512_unpacklo_epi8(low, high)};
+    odd = V16{_mm512_unpackhi_epi8(low, high)};
+}
+
+// 64 columns of kRows rows, given the chroma terms of their even and odd pixels.
+template <class VecPack, int kRows, int kFits>
+HWY_INLINE void PairColumns(const SplitTerms& split, const uint8_t* const y[2], uint8_t* const d[2], int32_t column,
+                            const SampleTerms& even, const SampleTerms& odd, const VecPack& pack) {
+    constexpr int kBytes = VecPack::Ref::kBytes;
+    constexpr bool kRed = (kFits & kRedFits) != 0, kGreen = (kFits & kGreenFits) != 0, kBlue = (kFits & kBlueFits) != 0;
+    for (int row = 0; row < kRows; ++row) {
+        const __m512i ys = _mm512_permutexvar_epi8(Load(kPairIndex), _mm512_loadu_si512(y[row] + column));
+        V16 e, o;  // luma of the even and odd pixels
+        PairLookup(split, ys, _mm512_movepi8_mask(ys), kTermLuma, e, o);
+        const __m512i r = PairBytes(ChannelOf<kRed>(e, even.redA, even.redB, even.red),
+                                    ChannelOf<kRed>(o, odd.redA, odd.redB, odd.red));
+        const __m512i g = PairBytes(ChannelOf<kGreen>(e, even.green, even.green, even.green2),
+                                    ChannelOf<kGreen>(o, odd.green, odd.green, odd.green2));
+        const __m512i b = PairBytes(ChannelOf<kBlue>(e, even.blueA, even.blueB, even.blue),
+                                    ChannelOf<kBlue>(o, odd.blueA, odd.blueB, odd.blue));
+        StorePairs(pack, b, g, r, d[row] + column * kBytes);
+    }
+}
+
+// Chroma shared by pixel pairs: 64 samples of each plane serve 128 columns (kBlocks 2), or 32
+// samples 64 columns (kBlocks 1).
+template <class VecPack, int kRows, int kFits, int kBlocks>
+HWY_INLINE void SharedPairStep(const SplitTerms& split, const uint8_t* const y[2], const uint8_t* cb,
+                               const uint8_t* cr, uint8_t* const d[2], int32_t x, const VecPack& pack) {
+    __m512i cbs, crs;
+    if constexpr (kBlocks == 1) {
+        cbs = _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(cb + (x >> 1))));
+        crs = _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(cr + (x >> 1))));
+    } else {
+        cbs = _mm512_loadu_si512(cb + (x >> 1));
+        crs = _mm512_loadu_si512(cr + (x >> 1));
+    }
+    cbs = _mm512_permutexvar_epi8(Load(kSharedIndex), cbs);
+    crs = _mm512_permutexvar_epi8(Load(kSharedIndex), crs);
+    const __mmask64 cbTop = _mm512_movepi8_mask(cbs), crTop = _mm512_movepi8_mask(crs);
+    __m512i bytes[4][2];
+    const int32_t tables[4] = {kTermRedA, kTermBlueA, kTermCbLow, kTermCrLow};
+    for (int t = 0; t < 4; ++t) {
+        const bool fromCr = tables[t] == kTermRedA || tables[t] == kTermCrLow;
+        for (int half = 0; half < 2; ++half)
+            bytes[t][half] = split.Bytes(fromCr ? crs : cbs, fromCr ? crTop : cbTop, tables[t], half);
+    }
+    for (int block = 0; block < kBlocks; ++block) {
+        const auto words = [&](int t) {
+            return V16{block == 0 ? _mm512_unpacklo_epi8(bytes[t][0], bytes[t][1])
+                                  : _mm512_unpackhi_epi8(bytes[t][0], bytes[t][1])};
+        };
+        const SampleTerms terms = TermsOf(words(0), words(1), words(2), words(3));
+        PairColumns<VecPack, kRows, kFits>(split, y, d, x + 64 * block, terms, terms, pack);
+    }
+}
+
+// Chroma for every pixel (4:4:4): 64 samples of each plane for 64 columns.
+template <class VecPack, int kRows, int kFits>
+HWY_INLINE void OwnPairStep(const SplitTerms& split, const uint8_t* const y[2], const uint8_t* cb,
+                            const uint8_t* cr, uint8_t* const d[2], int32_t x, const VecPack& pack) {
+    const __m512i cbs = _mm512_permutexvar_epi8(Load(kPairIndex), _mm512_loadu_si512(cb + x));
+    const __m512i crs = _mm512_permutexvar_epi8(Load(kPairIndex), _mm512_loadu_si512(cr + x));
+    const __mmask64 cbTop = _mm512_movepi8_mask(cbs), crTop = _mm512_movepi8_mask(crs);
+    V16 redA[2], blueA[2], cbLow[2], crLow[2];
+    PairLookup(split, crs, crTop, kTermRedA, redA[0], redA[1]);
+    PairLookup(split, cbs, cbTop, kTermBlueA, blueA[0], blueA[1]);
+    PairLookup(split, cbs, cbTop, kTermCbLow, cbLow[0], cbLow[1]);
+    PairLookup(split, crs, crTop, kTermCrLow, crLow[0], crLow[1]);
+    PairColumns<VecPack, kRows, kFits>(split, y, d, x, TermsOf(redA[0], blueA[0], cbLow[0], crLow[0]),
+                                TermsOf(redA[1], blueA[1], cbLow[1], crLow[1]), pack);
+}
+
 // Whole steps of 64 pixels through the split term tables; returns the pixels done.
 template <class VecPack, int kRows, int kChromaShift>
 HWY_INLINE int32_t LookupPart(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr, uint8_t* const d[2],
                               int32_t width, const uint8_t* terms, const VecPack& pack) {
     const SplitTerms split{terms};
     int32_t x = 0;
+    using Ref = typename VecPack::Ref;
+    if constexpr (std::is_same_v<Ref, rows::PackARGB32> || std::is_same_v<Ref, rows::PackRGB888>) {
+        // Whole terms for red and green (near-neutral saturation), for all three (low saturation),
+        // or none.
+        const auto steps = [&](auto fits) {
+            constexpr int kFits = decltype(fits)::value;
+            if constexpr (kChromaShift == 1) {
+                for (; x + 128 <= width; x += 128) SharedPairStep<VecPack, kRows, kFits, 2>(split, y, cb, cr, d, x, pack);
+                for (; x + 64 <= width; x += 64) SharedPairStep<VecPack, kRows, kFits, 1>(split, y, cb, cr, d, x, pack);
+            } else {
+                for (; x + 64 <= width; x += 64) OwnPairStep<VecPack, kRows, kFits>(split, y, cb, cr, d, x, pack);
+            }
+        };
+        const int fits = terms[kTermFitsOffset];
+        if (fits == (kRedFits | kGreenFits | kBlueFits)) {
+            steps(std::integral_constant<int, kRedFits | kGreenFits | kBlueFits>());
+        } else if ((fits & (kRedFits | kGreenFits)) == (kRedFits | kGreenFits)) {
+            steps(std::integral_constant<int, kRedFits | kGreenFits>());
+        } else {
+            steps(std::integral_constant<int, 0>());
+        }
+        return x;
+    }
     if constexpr (kChromaShift == 1) {
         for (; x + 128 <= width; x += 128) LookupStep<VecPack, kRows, 1, 2>(split, y, cb, cr, d, x, pack);
     }

@@ -315,77 +315,11 @@ template <int h>
 constexpr Index kPairOrder = MakeIndex([](int k) { return (k & 1) * 64 + 16 * h + (k >> 2); });
 
 
-// ---- packing 64 pixels with byte permutes ---------------------------------------------------
-// A channel sum s (saturated, as Channel gives it) holds its 8-bit value in the high byte of
-// min(s, -1) << 1: (min(s, -1) + 32768) >> 7 is bits 8-15 of (min(s, -1) + 32768) << 1, which
-// equals min(s, -1) << 1 modulo 2^16.
-HWY_INLINE __m512i ChannelBytes(V16 half0, V16 half1) {
-    const DI16 d16;
-    const V16 m1 = hn::Set(d16, int16_t{-1});
-    static constexpr Index kHighBytes = MakeIndex([](int k) { return k < 32 ? 2 * k + 1 : 64 + 2 * (k - 32) + 1; });
-    return _mm512_permutex2var_epi8(hn::ShiftLeft<1>(hn::Min(half0, m1)).raw, Load(kHighBytes),
-                                    hn::ShiftLeft<1>(hn::Min(half1, m1)).raw);
-}
-
-// ARGB32: a pixel's low 16 bits are green << 8 | blue, its high 16 bits alpha << 8 | red; one
-// permute interleaves the two for 16 pixels.
-template <int q>
-constexpr Index kInterleave = MakeIndex([](int k) {
-    const int lane = 16 * (q & 1) + k / 4;  // 16-bit lane within the half
-    return (k & 2) * 32 + 2 * lane + (k & 1);
-});
-HWY_INLINE void StoreARGB(const V16 r[2], const V16 g[2], const V16 b[2], uint8_t alpha, uint8_t* p) {
-    const DI16 d16;
-    const DU16 du16;
-    const V16 m1 = hn::Set(d16, int16_t{-1});
-    const auto lowByte = hn::Set(du16, uint16_t{0x00FF});
-    for (int h = 0; h < 2; ++h) {
-        // Red and blue in the low byte of min(s, -1) >> 7 (its high byte is all ones), green in
-        // the high byte of min(s, -1) << 1.
-        const auto red = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(r[h], m1)));
-        const auto green = hn::BitCast(du16, hn::ShiftLeft<1>(hn::Min(g[h], m1)));
-        const auto blue = hn::BitCast(du16, hn::ShiftRight<7>(hn::Min(b[h], m1)));
-        const auto low = hn::IfVecThenElse(lowByte, blue, green);  // bitwise select
-        const auto high = hn::IfVecThenElse(lowByte, red, hn::Set(du16, static_cast<uint16_t>(alpha << 8)));
-        _mm512_storeu_si512(p + 128 * h, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<0>), high.raw));
-        _mm512_storeu_si512(p + 128 * h + 64, _mm512_permutex2var_epi8(low.raw, Load(kInterleave<1>), high.raw));
-    }
-}
-
-// RGB888: bytes blue, green, red; 64 bytes a register, a pixel every 3.
-template <int q>
-constexpr Index kBlueGreen3 = MakeIndex([](int k) {
-    const int byte = 64 * q + k;
-    return byte % 3 == 0 ? byte / 3 : byte % 3 == 1 ? 64 + byte / 3 : 0;
-});
-template <int q>
-constexpr Index kThenRed3 = MakeIndex([](int k) {
-    const int byte = 64 * q + k;
-    return byte % 3 == 2 ? 64 + byte / 3 : k;
-});
-template <int q>
-HWY_INLINE void StoreRGBThird(__m512i b, __m512i g, __m512i r, uint8_t* p) {
-    const __m512i bg = _mm512_permutex2var_epi8(b, Load(kBlueGreen3<q>), g);
-    _mm512_storeu_si512(p + 64 * q, _mm512_permutex2var_epi8(bg, Load(kThenRed3<q>), r));
-}
-
-// Stores the 64 pixels of a step: two halves of 32 through the packer, or all 64 by permutes.
+// Stores the 64 pixels of a step: two halves of 32 through the packer.
 template <class VecPack>
 HWY_INLINE void Store64(const VecPack& pack, const V16 r[2], const V16 g[2], const V16 b[2], const V16 y[2],
                         const V16 cb[2], const V16 cr[2], uint8_t* p) {
-    using Ref = typename VecPack::Ref;
-    if constexpr (std::is_same_v<Ref, rows::PackARGB32> || std::is_same_v<Ref, rows::PackRGB888>) {
-        if constexpr (std::is_same_v<Ref, rows::PackARGB32>) {
-            StoreARGB(r, g, b, pack.alpha, p);
-        } else {
-            const __m512i blue = ChannelBytes(b[0], b[1]), green = ChannelBytes(g[0], g[1]), red = ChannelBytes(r[0], r[1]);
-            StoreRGBThird<0>(blue, green, red, p);
-            StoreRGBThird<1>(blue, green, red, p);
-            StoreRGBThird<2>(blue, green, red, p);
-        }
-    } else {
-        for (int h = 0; h < 2; ++h) pack.Store(r[h], g[h], b[h], y[h], cb[h], cr[h], p + 32 * h * Ref::kBytes);
-    }
+    for (int h = 0; h < 2; ++h) pack.Store(r[h], g[h], b[h], y[h], cb[h], cr[h], p + 32 * h * VecPack::Ref::kBytes);
 }
 
 // The low and high bytes of the chroma tables for 64 samples of each plane.

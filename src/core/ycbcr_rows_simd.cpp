@@ -31,9 +31,9 @@
 HWY_BEFORE_NAMESPACE();
 namespace qv {
 namespace HWY_NAMESPACE {
-namespace {
-
 namespace hn = hwy::HWY_NAMESPACE;
+
+namespace {
 
 using DI16 = hn::ScalableTag<int16_t>;
 using DU16 = hn::RebindToUnsigned<DI16>;

@@ -61,13 +61,18 @@ int32_t _QVYCbCr420Copy(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlane
 // own stride.
 template <bool kToNV12>
 int32_t MoveNV12(SrcPlanes sp, Strides ss, int32_t W, int32_t H, DstPlanes dp, Strides ds) {
-    CopyRows(sp[0], ss[0], dp[0], ds[0], W, H);
+    CopyPlane(sp[0], ss[0], dp[0], ds[0], W, H);
     if (H < 2) return kOk;
-    for (int32_t r = 0; r < (H >> 1); ++r) {
+    // Planes that hold their rows back to back are one long row.
+    const int32_t half = W >> 1;
+    const int32_t planar = kToNV12 ? ss[1] : ds[1], planar2 = kToNV12 ? ss[2] : ds[2], packed = kToNV12 ? ds[1] : ss[1];
+    const int32_t rows = (planar == half && planar2 == half && packed == W) ? 1 : H >> 1;
+    const int32_t count = rows == 1 ? half * (H >> 1) : half;
+    for (int32_t r = 0; r < rows; ++r) {
         if constexpr (kToNV12) {
-            Kernels().interleaveUV(Row(sp[1], r, ss[1]), Row(sp[2], r, ss[2]), Row(dp[1], r, ds[1]), W >> 1);
+            Kernels().interleaveUV(Row(sp[1], r, ss[1]), Row(sp[2], r, ss[2]), Row(dp[1], r, ds[1]), count);
         } else {
-            Kernels().splitUV(Row(sp[1], r, ss[1]), Row(dp[1], r, ds[1]), Row(dp[2], r, ds[2]), W >> 1);
+            Kernels().splitUV(Row(sp[1], r, ss[1]), Row(dp[1], r, ds[1]), Row(dp[2], r, ds[2]), count);
         }
     }
     return kOk;

@@ -42,55 +42,28 @@ void Convert_565(const QvImgPrcContext* ctx, const uint8_t* luma0, const uint8_t
 
 // ---- vertical kernels -----------------------------------------------------------------------
 
+// The do-while counters of the drivers: a count below one still blends one word.
 void VLerp(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t weight, int32_t count) {
-    do {
-        *out++ = (((32 - weight) * *a++ + weight * *b++) >> 5) & kInterpMask;
-    } while (--count > 0);
+    Kernels().vLerp(a, b, out, weight, count > 0 ? count : 1);
 }
 
 void VLerp_12(const uint32_t* a, const uint32_t* b, uint32_t* out, int32_t count) {
-    do {
-        *out++ = ((*a++ + *b++) >> 1) & kInterpMask;
-    } while (--count > 0);
+    Kernels().vLerp(a, b, out, 16, count > 0 ? count : 1);
 }
 
 // ---- horizontal kernels over a 16.16 source position ----------------------------------------
 
+// Pixel pairs only: an odd width leaves its last pixel unwritten.
 void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width) {
-    uint32_t pairs = static_cast<uint32_t>(width) >> 1;
-    if (pairs == 0) return;  // the unsigned counter would wrap; callers pass width >= 2
-    uint32_t pos = 0;
-    do {
-        const uint32_t first = PackInterpRGB565(BlendAt(src, pos), 5);
-        pos += static_cast<uint32_t>(step);
-        const uint32_t second = PackInterpRGB565(BlendAt(src, pos), 5);
-        pos += static_cast<uint32_t>(step);
-        Store32(dst, Pair565(first, second));
-        dst += 4;
-    } while (--pairs != 0);
+    if (width >= 2) Kernels().hLerpRGB565(src, dst, step, width & ~1, 0);
 }
 
 void HLerp24(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width) {
-    uint32_t pos = 0;
-    for (int32_t n = width; n > 0; --n) {
-        const uint32_t v = BlendAt(src, pos) >> 2;
-        dst[0] = static_cast<uint8_t>(v);
-        dst[1] = static_cast<uint8_t>(v >> 11);
-        dst[2] = static_cast<uint8_t>(v >> 22);
-        dst += 3;
-        pos += static_cast<uint32_t>(step);
-    }
+    if (width >= 1) Kernels().hLerpRGB888(src, dst, step, width, 0);
 }
 
 void HLerp32(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, uint8_t alpha) {
-    uint32_t pos = 0;
-    for (int32_t n = width; n > 0; --n) {
-        const uint32_t sum = BlendAt(src, pos);
-        Store32(dst, static_cast<uint32_t>(alpha) << 24 | ((sum >> 8) & 0xFF0000) |
-                         ((sum >> 5) & 0xFF00) | ((sum >> 2) & 0xFF));
-        dst += 4;
-        pos += static_cast<uint32_t>(step);
-    }
+    if (width >= 1) Kernels().hLerpARGB32(src, dst, step, width, alpha);
 }
 
 void HLerpRot(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, int32_t pitch) {

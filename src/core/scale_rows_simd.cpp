@@ -1,0 +1,131 @@
+// Vector variants of the scalers' row kernels (scale_rows.h), one source for every Highway target.
+//
+// Interpolation words blend in 32-bit lanes as 32 a + (b - a) f, which equals (32 - f) a + f b
+// modulo 2^32, as the scalar references compute it.
+//
+// Horizontal blends of an enlargement (step at most one word) reach at most N consecutive words
+// for N pixels, so a vector of the words from a window start and one from the start + 1 give
+// every lane's pair through one lane permutation. The window starts at the first pixel's word,
+// or earlier near the row's end so that it never passes the spare word after the last index.
+// Reductions, sources shorter than a vector and the pixels after the last whole vector go
+// through the scalar references, so no vector touches a byte past the row or its source extent.
+
+#include "core/simd_targets.h"  // before foreach_target
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/scale_rows_simd.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include <algorithm>
+
+#include "core/kernel_table.h"
+#include "core/scale_rows.h"
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+HWY_BEFORE_NAMESPACE();
+namespace qv {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using DU32 = hn::ScalableTag<uint32_t>;
+using DI32 = hn::RebindToSigned<DU32>;
+using VU32 = hn::Vec<DU32>;
+
+// (32 - f) a + f b for 32-bit lanes, modulo 2^32.
+HWY_INLINE VU32 Blend(VU32 a, VU32 b, VU32 f) { return hn::Add(hn::ShiftLeft<5>(a), hn::Mul(hn::Sub(b, a), f)); }
+
+void VLerp(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t weight, int32_t count) {
+    const DU32 d;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    const VU32 f = hn::Set(d, weight), mask = hn::Set(d, kInterpMask);
+    int32_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        hn::StoreU(hn::And(hn::ShiftRight<5>(Blend(hn::LoadU(d, a + i), hn::LoadU(d, b + i), f)), mask), d, out + i);
+    if (i < count) scalerows::VLerp(a + i, b + i, out + i, weight, count - i);
+}
+
+// The vector packings of the horizontal blends: N sums into N pixels at p.
+struct Vec565 {
+    using Ref = scalerows::To565;
+    explicit Vec565(uint32_t) {}
+    HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
+        const DU32 d;
+        const VU32 px = hn::Or(hn::Or(hn::And(hn::ShiftRight<16>(sum), hn::Set(d, 0xF800u)),
+                                      hn::And(hn::ShiftRight<10>(sum), hn::Set(d, 0x07E0u))),
+                               hn::And(hn::ShiftRight<5>(sum), hn::Set(d, 0x1Fu)));
+        const hn::Rebind<uint16_t, DU32> d16;
+        hn::StoreU(hn::DemoteTo(d16, hn::BitCast(DI32(), px)), d16, reinterpret_cast<uint16_t*>(p));
+    }
+};
+struct Vec888 {
+    using Ref = scalerows::To888;
+    explicit Vec888(uint32_t) {}
+    HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
+        const DU32 d;
+        const DI32 di;
+        const hn::Rebind<uint8_t, DU32> d8;
+        const VU32 byte = hn::Set(d, 0xFFu);
+        const auto blue = hn::DemoteTo(d8, hn::BitCast(di, hn::And(hn::ShiftRight<2>(sum), byte)));
+        const auto green = hn::DemoteTo(d8, hn::BitCast(di, hn::And(hn::ShiftRight<13>(sum), byte)));
+        const auto red = hn::DemoteTo(d8, hn::BitCast(di, hn::ShiftRight<24>(sum)));
+        hn::StoreInterleaved3(blue, green, red, d8, p);
+    }
+};
+struct VecARGB32 {
+    using Ref = scalerows::ToARGB32;
+    uint32_t alphaBits;
+    explicit VecARGB32(uint32_t alpha) : alphaBits((alpha & 0xFF) << 24) {}
+    HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
+        const DU32 d;
+        const VU32 px = hn::Or(hn::Or(hn::And(hn::ShiftRight<8>(sum), hn::Set(d, 0xFF0000u)),
+                                      hn::And(hn::ShiftRight<5>(sum), hn::Set(d, 0xFF00u))),
+                               hn::Or(hn::And(hn::ShiftRight<2>(sum), hn::Set(d, 0xFFu)), hn::Set(d, alphaBits)));
+        hn::StoreU(px, d, reinterpret_cast<uint32_t*>(p));
+    }
+};
+
+template <class VecTo>
+void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t n, uint32_t arg) {
+    using Ref = typename VecTo::Ref;
+    const DU32 d;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    int32_t i = 0;
+    const uint64_t lastPos = static_cast<uint64_t>(n - 1) * static_cast<uint32_t>(step);
+    // The window start may not pass lastIndex + 1 - lanes; positions must not wrap.
+    const int64_t lastStart = static_cast<int64_t>(lastPos >> 16) + 1 - lanes;
+    if (step >= 0 && step <= 0x10000 && lastPos <= 0xFFFFFFFFu && lastStart >= 0 && n >= lanes) {
+        const VecTo to(arg);
+        const uint32_t ustep = static_cast<uint32_t>(step);
+        const VU32 stride = hn::Set(d, ustep * static_cast<uint32_t>(lanes));
+        const VU32 fraction = hn::Set(d, 31u);
+        VU32 pos = hn::Mul(hn::Iota(d, 0), hn::Set(d, ustep));
+        uint32_t first = 0;  // the first lane's position
+        for (; i + lanes <= n; i += lanes) {
+            const uint32_t start = std::min<uint32_t>(first >> 16, static_cast<uint32_t>(lastStart));
+            const auto lane = hn::IndicesFromVec(d, hn::Sub(hn::ShiftRight<16>(pos), hn::Set(d, start)));
+            const VU32 a = hn::TableLookupLanes(hn::LoadU(d, src + start), lane);
+            const VU32 b = hn::TableLookupLanes(hn::LoadU(d, src + start + 1), lane);
+            to.Put(Blend(a, b, hn::And(hn::ShiftRight<11>(pos), fraction)), dst + i * Ref::kBytes);
+            pos = hn::Add(pos, stride);
+            first += ustep * static_cast<uint32_t>(lanes);
+        }
+    }
+    if (i < n) scalerows::HLerpRange<Ref>(src, dst, step, i, n, arg);
+}
+
+}  // namespace
+
+void FillScaleKernels(KernelTable* k) {
+    k->vLerp = &VLerp;
+    k->hLerpRGB565 = &HLerp<Vec565>;
+    k->hLerpRGB888 = &HLerp<Vec888>;
+    k->hLerpARGB32 = &HLerp<VecARGB32>;
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace qv
+HWY_AFTER_NAMESPACE();
+#endif  // vector targets

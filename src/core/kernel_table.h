@@ -87,6 +87,10 @@ struct KernelTable {
     HLerpKernel hLerpRGB565 = &scalerows::HLerp<scalerows::To565>;
     HLerpKernel hLerpRGB888 = &scalerows::HLerp<scalerows::To888>;
     HLerpKernel hLerpARGB32 = &scalerows::HLerp<scalerows::ToARGB32>;
+    FixedRatioKernel hLerp23RGB565 = &scalerows::FixedRatio<scalerows::k23Of4, scalerows::To565>;
+    FixedRatioKernel hLerp25RGB565 = &scalerows::FixedRatio<scalerows::k25Of4, scalerows::To565>;
+    FixedRatioKernel hLerp23ARGB32 = &scalerows::FixedRatio<scalerows::k23Of2, scalerows::ToARGB32High5>;
+    FixedRatioKernel hLerp25ARGB32 = &scalerows::FixedRatio<scalerows::k25Of2, scalerows::ToARGB32High5>;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -119,78 +119,21 @@ void Put23Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
     Store32(dst + 8, Pair565(p4, p5));
 }
 
-namespace {
-
-// Ten RGB565 pixels of one 2:5 group; with `next` null the last two repeat s[3]. The fifth
-// pixel weighs s1, s2 by 13, 19 and the tenth s3, s4 by 19, 13: both as the weight table has them.
-void Put25Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
-    uint32_t p[10];
-    p[0] = PackInterpRGB565(s[0], 0);
-    p[1] = PackInterpRGB565(5 * s[0] + 3 * s[1], 3);
-    p[2] = PackInterpRGB565(7 * s[0] + 25 * s[1], 5);
-    p[3] = PackInterpRGB565(13 * s[1] + 3 * s[2], 4);
-    p[4] = PackInterpRGB565(13 * s[1] + 19 * s[2], 5);
-    p[5] = PackInterpRGB565(s[2], 0);
-    p[6] = PackInterpRGB565(5 * s[2] + 3 * s[3], 3);
-    p[7] = PackInterpRGB565(7 * s[2] + 25 * s[3], 5);
-    p[8] = next ? PackInterpRGB565(13 * s[3] + 3 * *next, 4) : PackInterpRGB565(s[3], 0);
-    p[9] = next ? PackInterpRGB565(19 * s[3] + 13 * *next, 5) : PackInterpRGB565(s[3], 0);
-    for (int i = 0; i < 10; i += 2) Store32(dst + 2 * i, Pair565(p[i], p[i + 1]));
-}
-
-// Three ARGB32 pixels of one 2:3 pair; with `next` null the third is s[1].
-void Put23Pair32(const uint32_t* s, const uint32_t* next, uint8_t* dst, uint8_t alpha) {
-    Store32(dst, PackInterpARGB32(s[0], 0, alpha));
-    Store32(dst + 4, PackInterpARGB32(11 * s[0] + 21 * s[1], 5, alpha));
-    Store32(dst + 8, next ? PackInterpARGB32(21 * s[1] + 11 * *next, 5, alpha)
-                          : PackInterpARGB32(s[1], 0, alpha));
-}
-
-// Five ARGB32 pixels of one 2:5 pair; with `next` null the last two are s[1]. The fifth weighs
-// s1 by 19 and s2 by 13, the reverse of HLerp_25's fifth output; both are kept as they are.
-void Put25Pair32(const uint32_t* s, const uint32_t* next, uint8_t* dst, uint8_t alpha) {
-    Store32(dst, PackInterpARGB32(s[0], 0, alpha));
-    Store32(dst + 4, PackInterpARGB32(5 * s[0] + 3 * s[1], 3, alpha));
-    Store32(dst + 8, PackInterpARGB32(7 * s[0] + 25 * s[1], 5, alpha));
-    Store32(dst + 12, next ? PackInterpARGB32(13 * s[1] + 3 * *next, 4, alpha)
-                           : PackInterpARGB32(s[1], 0, alpha));
-    Store32(dst + 16, next ? PackInterpARGB32(19 * s[1] + 13 * *next, 5, alpha)
-                           : PackInterpARGB32(s[1], 0, alpha));
-}
-
-// Full groups of `kIn` source words (at least one), then the closed tail group.
-template <int kIn, int kOutBytes, class PutGroup>
-void FixedRatioRow(const uint32_t* src, uint8_t* dst, int32_t fullGroups, PutGroup put) {
-    do {
-        put(src, src + kIn, dst);
-        src += kIn;
-        dst += kOutBytes;
-    } while (--fullGroups > 0);
-    put(src, nullptr, dst);
-}
-
-}  // namespace
-
+// (n >> 2) - 1 full groups of four words, (n >> 1) - 1 full pairs: at least one.
 void HLerp_23(const uint32_t* src, uint8_t* dst, int32_t n) {
-    FixedRatioRow<4, 12>(src, dst, (n >> 2) - 1, Put23Group);
+    Kernels().hLerp23RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
 }
 
 void HLerp_25(const uint32_t* src, uint8_t* dst, int32_t n) {
-    FixedRatioRow<4, 20>(src, dst, (n >> 2) - 1, Put25Group);
+    Kernels().hLerp25RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
 }
 
 void HLerp32_23(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {
-    FixedRatioRow<2, 12>(src, dst, (n >> 1) - 1,
-                         [alpha](const uint32_t* s, const uint32_t* next, uint8_t* d) {
-                             Put23Pair32(s, next, d, alpha);
-                         });
+    Kernels().hLerp23ARGB32(src, dst, (n >> 1) - 1 > 0 ? (n >> 1) - 1 : 1, alpha);
 }
 
 void HLerp32_25(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {
-    FixedRatioRow<2, 20>(src, dst, (n >> 1) - 1,
-                         [alpha](const uint32_t* s, const uint32_t* next, uint8_t* d) {
-                             Put25Pair32(s, next, d, alpha);
-                         });
+    Kernels().hLerp25ARGB32(src, dst, (n >> 1) - 1 > 0 ? (n >> 1) - 1 : 1, alpha);
 }
 
 // ---- line doubling --------------------------------------------------------------------------

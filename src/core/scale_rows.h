@@ -1,9 +1,10 @@
 // Row kernels of the scaling YCbCr-to-RGB converters, over rows of interpolation words (pixel.h):
-// the vertical blend of two rows and the horizontal blends at a 16.16 source position into
-// RGB565, RGB888 and ARGB32. These are the scalar references; the vector variants
-// (scale_rows_simd.cpp) give the same bytes.
+// the vertical blend of two rows, the horizontal blends at a 16.16 source position into RGB565,
+// RGB888 and ARGB32, and the fixed-ratio horizontal blends. These are the scalar references; the
+// vector variants (scale_rows_simd.cpp) give the same bytes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/pixel.h"
@@ -18,6 +19,11 @@ using VLerpKernel = void (*)(const uint32_t* a, const uint32_t* b, uint32_t* out
 // packed by the destination format. The word after the last index is read even at weight 0:
 // the row carries one spare word. arg: the alpha byte of ARGB32, unused otherwise.
 using HLerpKernel = void (*)(const uint32_t* src, uint8_t* dst, int32_t step, int32_t n, uint32_t arg);
+// Fixed ratios: `groups` >= 1 full groups of source words, each giving a fixed pattern of pixels
+// (Ratio below) whose last pixels may blend in the next group's first word, then one closed group
+// that reads no further: there those pixels are its last word itself. arg: the alpha byte of
+// ARGB32, unused otherwise.
+using FixedRatioKernel = void (*)(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg);
 
 namespace scalerows {
 
@@ -40,12 +46,16 @@ struct To888 {
         p[2] = static_cast<uint8_t>(v >> 22);
     }
 };
-struct ToARGB32 {
+// kBlue 0xFF keeps blue's full precision; 0xF8 keeps its five high bits, as the fixed ratios do.
+template <uint32_t kBlue>
+struct ToARGB32Of {
     static constexpr int kBytes = 4;
     static void Put(uint32_t sum, uint8_t* p, uint32_t alpha) {
-        Store32(p, alpha << 24 | ((sum >> 8) & 0xFF0000) | ((sum >> 5) & 0xFF00) | ((sum >> 2) & 0xFF));
+        Store32(p, alpha << 24 | ((sum >> 8) & 0xFF0000) | ((sum >> 5) & 0xFF00) | ((sum >> 2) & kBlue));
     }
 };
+using ToARGB32 = ToARGB32Of<0xFF>;
+using ToARGB32High5 = ToARGB32Of<0xF8>;
 
 // Pixels begin .. end - 1 of a horizontal blend (the vector variants finish rows with it).
 template <class To>
@@ -60,6 +70,44 @@ void HLerpRange(const uint32_t* src, uint8_t* dst, int32_t step, int32_t begin, 
 template <class To>
 void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t n, uint32_t arg) {
     HLerpRange<To>(src, dst, step, 0, n, arg);
+}
+
+// A fixed ratio: `in` source words give `out` pixels; pixel j blends word `word[j]` of its group
+// and the word after it, the latter weighing `weight[j]` 32nds. Each pixel is packed from that
+// sum of weights 32: a blend the weights of which sum to 2^k is the same pixel scaled by 2^(5-k),
+// modulo 2^32, since the packings keep no bit above the ones scaling moves out.
+struct Ratio {
+    int32_t in, out;
+    int8_t word[10];
+    uint8_t weight[10];
+};
+// 2:3 and 2:5 in RGB565 over groups of four words; the fifth pixel of 2:5 weighs s1, s2 by
+// 13, 19 and the tenth s3 and the next word by 19, 13: both as the weight table has them.
+inline constexpr Ratio k23Of4 = {4, 6, {0, 0, 1, 2, 2, 3}, {0, 21, 11, 0, 21, 11}};
+inline constexpr Ratio k25Of4 = {4, 10, {0, 0, 0, 1, 1, 2, 2, 2, 3, 3}, {0, 12, 25, 6, 19, 0, 12, 25, 6, 13}};
+// The same weights in ARGB32 over pairs of words. The fifth pixel of 2:5 weighs s1 by 19 and
+// the next word by 13, the reverse of the RGB565 fifth pixel; both are kept as they are.
+inline constexpr Ratio k23Of2 = {2, 3, {0, 0, 1}, {0, 21, 11}};
+inline constexpr Ratio k25Of2 = {2, 5, {0, 0, 0, 1, 1}, {0, 12, 25, 6, 13}};
+
+// Groups begin .. groups - 1, then the closed group `groups` (the vector variants finish rows
+// with it). In the closed group a pixel that would blend in the next word takes weight 0.
+template <const Ratio& R, class To>
+void FixedRatioFrom(const uint32_t* src, uint8_t* dst, int32_t begin, int32_t groups, uint32_t arg) {
+    for (int32_t g = begin; g <= groups; ++g) {
+        const uint32_t* s = src + static_cast<ptrdiff_t>(g) * R.in;
+        uint8_t* d = dst + static_cast<ptrdiff_t>(g) * R.out * To::kBytes;
+        for (int32_t j = 0; j < R.out; ++j) {
+            const uint32_t a = s[R.word[j]];
+            const uint32_t f = g == groups && R.word[j] + 1 == R.in ? 0 : R.weight[j];
+            const uint32_t b = f != 0 ? s[R.word[j] + 1] : a;
+            To::Put(32 * a + f * (b - a), d + j * To::kBytes, arg & 0xFF);
+        }
+    }
+}
+template <const Ratio& R, class To>
+void FixedRatio(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg) {
+    FixedRatioFrom<R, To>(src, dst, 0, groups, arg);
 }
 
 }  // namespace scalerows

@@ -7,6 +7,7 @@
 // for N pixels, so a vector of the words from a window start and one from the start + 1 give
 // every lane's pair through one lane permutation. The window starts at the first pixel's word,
 // or earlier near the row's end so that it never passes the spare word after the last index.
+// The fixed ratios' pixels reach fewer words than pixels too, and take their words the same way.
 // Reductions, sources shorter than a vector and the pixels after the last whole vector go
 // through the scalar references, so no vector touches a byte past the row or its source extent.
 
@@ -74,15 +75,16 @@ struct Vec888 {
         hn::StoreInterleaved3(blue, green, red, d8, p);
     }
 };
+template <uint32_t kBlue>
 struct VecARGB32 {
-    using Ref = scalerows::ToARGB32;
+    using Ref = scalerows::ToARGB32Of<kBlue>;
     uint32_t alphaBits;
     explicit VecARGB32(uint32_t alpha) : alphaBits((alpha & 0xFF) << 24) {}
     HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
         const DU32 d;
         const VU32 px = hn::Or(hn::Or(hn::And(hn::ShiftRight<8>(sum), hn::Set(d, 0xFF0000u)),
                                       hn::And(hn::ShiftRight<5>(sum), hn::Set(d, 0xFF00u))),
-                               hn::Or(hn::And(hn::ShiftRight<2>(sum), hn::Set(d, 0xFFu)), hn::Set(d, alphaBits)));
+                               hn::Or(hn::And(hn::ShiftRight<2>(sum), hn::Set(d, kBlue)), hn::Set(d, alphaBits)));
         hn::StoreU(px, d, reinterpret_cast<uint32_t*>(p));
     }
 };
@@ -116,13 +118,60 @@ void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t n, uint32_t 
     if (i < n) scalerows::HLerpRange<Ref>(src, dst, step, i, n, arg);
 }
 
+// Fixed ratios. The pixels repeat every V vectors (V N pixels: whole groups), so a table of V
+// vectors gives each lane's word, relative to its vector's first word, and weight. Vectors cover
+// the full groups' pixels; the rest of the last group they reach, and the closed group, go
+// through the scalar reference.
+template <const scalerows::Ratio& R, class VecTo>
+void FixedRatio(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg) {
+    using Ref = typename VecTo::Ref;
+    const DU32 d;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    int32_t vectors = R.out;  // V = out / gcd(out, lanes)
+    while (vectors % 2 == 0 && lanes % (2 * (R.out / vectors)) == 0) vectors /= 2;
+    constexpr int32_t kMaxPeriod = 5 * static_cast<int32_t>(hn::MaxLanes(DU32()));
+    const int32_t period = vectors * lanes;
+    const int64_t extent = static_cast<int64_t>(R.in) * (groups + 1);  // words the row reads
+    const int64_t fullPixels = static_cast<int64_t>(R.out) * groups;
+    int64_t done = 0;
+    if (period <= kMaxPeriod && extent > lanes + 1 && fullPixels >= lanes) {
+        HWY_ALIGN uint32_t lane[kMaxPeriod], weight[kMaxPeriod];
+        int32_t first[5];  // each vector's first word within the period
+        for (int32_t k = 0; k < period; ++k) {
+            const int32_t j = k % R.out, word = k / R.out * R.in + R.word[j];
+            if (k % lanes == 0) first[k / lanes] = word;
+            lane[k] = static_cast<uint32_t>(word - first[k / lanes]);
+            weight[k] = R.weight[j];
+        }
+        const int64_t periodWords = static_cast<int64_t>(period / R.out) * R.in;
+        const int64_t lastStart = extent - 1 - lanes;  // the second load ends at the last word
+        const VecTo to(arg);
+        int64_t periodStart = 0;
+        for (int32_t v = 0; done + lanes <= fullPixels; done += lanes) {
+            const int64_t word = periodStart + first[v];
+            const int64_t start = std::min(word, lastStart);
+            const auto index = hn::IndicesFromVec(
+                d, hn::Add(hn::LoadU(d, lane + v * lanes), hn::Set(d, static_cast<uint32_t>(word - start))));
+            const VU32 a = hn::TableLookupLanes(hn::LoadU(d, src + start), index);
+            const VU32 b = hn::TableLookupLanes(hn::LoadU(d, src + start + 1), index);
+            to.Put(Blend(a, b, hn::LoadU(d, weight + v * lanes)), dst + done * Ref::kBytes);
+            if (++v == vectors) v = 0, periodStart += periodWords;
+        }
+    }
+    scalerows::FixedRatioFrom<R, Ref>(src, dst, static_cast<int32_t>(done / R.out), groups, arg);
+}
+
 }  // namespace
 
 void FillScaleKernels(KernelTable* k) {
     k->vLerp = &VLerp;
     k->hLerpRGB565 = &HLerp<Vec565>;
     k->hLerpRGB888 = &HLerp<Vec888>;
-    k->hLerpARGB32 = &HLerp<VecARGB32>;
+    k->hLerpARGB32 = &HLerp<VecARGB32<0xFF>>;
+    k->hLerp23RGB565 = &FixedRatio<scalerows::k23Of4, Vec565>;
+    k->hLerp25RGB565 = &FixedRatio<scalerows::k25Of4, Vec565>;
+    k->hLerp23ARGB32 = &FixedRatio<scalerows::k23Of2, VecARGB32<0xF8>>;
+    k->hLerp25ARGB32 = &FixedRatio<scalerows::k25Of2, VecARGB32<0xF8>>;
 }
 
 }  // namespace HWY_NAMESPACE

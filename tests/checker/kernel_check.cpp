@@ -381,19 +381,25 @@ private:
     size_t mapped_;
 };
 
-enum class ScaleShape { kVertical, kHorizontal };
+// n counts words of the vertical blend, pixels of the horizontal ones, full groups of the fixed
+// ratios (`in` words give `out` pixels).
 struct ScaleEntry {
     const char* name;
-    ScaleShape shape;
-    qv::VLerpKernel KernelTable::*v;
+    qv::VLerpKernel KernelTable::*v;  // one of three
     qv::HLerpKernel KernelTable::*h;
+    qv::FixedRatioKernel KernelTable::*fixed;
     int bytes;  // destination bytes per pixel
+    int in, out;
 };
 const ScaleEntry kScaleEntries[] = {
-    {"vLerp", ScaleShape::kVertical, &KernelTable::vLerp, nullptr, 4},
-    {"hLerpRGB565", ScaleShape::kHorizontal, nullptr, &KernelTable::hLerpRGB565, 2},
-    {"hLerpRGB888", ScaleShape::kHorizontal, nullptr, &KernelTable::hLerpRGB888, 3},
-    {"hLerpARGB32", ScaleShape::kHorizontal, nullptr, &KernelTable::hLerpARGB32, 4},
+    {"vLerp", &KernelTable::vLerp, nullptr, nullptr, 4, 1, 1},
+    {"hLerpRGB565", nullptr, &KernelTable::hLerpRGB565, nullptr, 2, 1, 1},
+    {"hLerpRGB888", nullptr, &KernelTable::hLerpRGB888, nullptr, 3, 1, 1},
+    {"hLerpARGB32", nullptr, &KernelTable::hLerpARGB32, nullptr, 4, 1, 1},
+    {"hLerp23RGB565", nullptr, nullptr, &KernelTable::hLerp23RGB565, 2, 4, 6},
+    {"hLerp25RGB565", nullptr, nullptr, &KernelTable::hLerp25RGB565, 2, 4, 10},
+    {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, 4, 2, 3},
+    {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, 4, 2, 5},
 };
 
 // A 16.16 step for n pixels: mostly the enlargement of a random source width to n, else any
@@ -409,13 +415,20 @@ int32_t RandomStep(int n, std::mt19937& rng) {
 // whole words for word rows), against the scalar reference.
 bool CheckScaleRow(const KernelTable& variant, const ScaleEntry& e, int n, int offset, std::mt19937& rng) {
     const KernelTable& scalar = qv::ScalarKernels();
-    const size_t size = static_cast<size_t>(n) * static_cast<size_t>(e.bytes);
+    const int pixels = e.fixed ? (n + 1) * e.out : n;
+    const size_t size = static_cast<size_t>(pixels) * static_cast<size_t>(e.bytes);
     if (e.bytes == 4) offset &= ~3;
     Guarded ref, got;
     ref.Reset(size, static_cast<size_t>(offset), nullptr);
     got = ref;
-    char detail[96];
-    if (e.shape == ScaleShape::kVertical) {
+    char detail[96] = "";
+    if (e.fixed) {
+        const uint32_t arg = rng() & 0xFF;
+        const Fenced src(4 * static_cast<size_t>((n + 1) * e.in), rng() & 1, rng);
+        (scalar.*e.fixed)(src.words(), ref.p(), n, arg);
+        (variant.*e.fixed)(src.words(), got.p(), n, arg);
+        std::snprintf(detail, sizeof detail, "arg %u", arg);
+    } else if (e.v) {
         const Fenced a(4 * static_cast<size_t>(n), rng() & 1, rng), b(4 * static_cast<size_t>(n), rng() & 1, rng);
         const uint32_t weight = rng() % 4 ? rng() % 33 : rng();
         (scalar.*e.v)(a.words(), b.words(), reinterpret_cast<uint32_t*>(ref.p()), weight, n);
@@ -447,11 +460,12 @@ void CheckScaleRows(const KernelTable& variant, std::mt19937& rng, int* passed, 
             ok ? ++*passed : (++*failed, ++entryFailures);
         };
         for (int n = 1; n <= 130; ++n) run(n, 0);
-        for (int k = 0; k < 300; ++k) run(1 + static_cast<int>(rng() % 2000), static_cast<int>(rng() % 64));
+        for (int k = 0; k < 300; ++k) run(1 + static_cast<int>(rng() % (e.fixed ? 500 : 2000)), static_cast<int>(rng() % 64));
     }
 }
 
-// ns per pixel of the scalers' rows at 1920 pixels (an enlargement of 1280 for the horizontal).
+// ns per pixel of the scalers' rows at 1920 pixels (an enlargement of 1280 for the horizontal;
+// fixed ratios: about 1920 pixels of full groups).
 void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
     constexpr int kN = 1920;
     std::vector<uint32_t> a(kN + 1), b(kN + 1), out(kN);
@@ -464,7 +478,8 @@ void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < reps; ++i) {
             if (e.v) (t.*e.v)(a.data(), b.data(), out.data(), 11, kN);
-            else (t.*e.h)(a.data(), d, step, kN, 255);
+            else if (e.h) (t.*e.h)(a.data(), d, step, kN, 255);
+            else (t.*e.fixed)(a.data(), d, kN / e.out - 1, 255);
         }
         return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / reps / kN;
     };

@@ -91,6 +91,7 @@ struct KernelTable {
     FixedRatioKernel hLerp25RGB565 = &scalerows::FixedRatio<scalerows::k25Of4, scalerows::To565>;
     FixedRatioKernel hLerp23ARGB32 = &scalerows::FixedRatio<scalerows::k23Of2, scalerows::ToARGB32High5>;
     FixedRatioKernel hLerp25ARGB32 = &scalerows::FixedRatio<scalerows::k25Of2, scalerows::ToARGB32High5>;
+    DoubleKernel doubleLine = &scalerows::DoubleWords;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -138,26 +138,10 @@ void HLerp32_25(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {
 
 // ---- line doubling --------------------------------------------------------------------------
 
-namespace {
-
-void DoubleOneLine(uint8_t* out, const uint8_t* in, int32_t count) {
-    if (count < 1) return;
-    uint32_t previous = Load32(in);
-    for (int32_t i = 0; i < count; ++i) {
-        // Read word i before pixels 2i and 2i + 1 overwrite it when working in place.
-        const uint32_t current = Load32(in + 4 * i);
-        Store32(out + 4 * i, Pair565(PackInterpRGB565(previous + current, 1),
-                                     PackInterpRGB565(current, 0)));
-        previous = current;
-    }
-}
-
-}  // namespace
-
 void DoubleLine(uint16_t* out0, uint16_t* out1, const uint32_t* in0, const uint32_t* in1,
                 int32_t count) {
-    DoubleOneLine(Bytes(out0), Bytes(in0), count);
-    DoubleOneLine(Bytes(out1), Bytes(in1), count);
+    Kernels().doubleLine(Bytes(out0), Bytes(in0), count);
+    Kernels().doubleLine(Bytes(out1), Bytes(in1), count);
 }
 
 }  // namespace qv

@@ -24,6 +24,10 @@ using HLerpKernel = void (*)(const uint32_t* src, uint8_t* dst, int32_t step, in
 // that reads no further: there those pixels are its last word itself. arg: the alpha byte of
 // ARGB32, unused otherwise.
 using FixedRatioKernel = void (*)(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg);
+// count interpolation words become 2 x count RGB565 pixels: the mean of each word and its left
+// neighbour (the first word with itself), then the word. out may be in itself (in place), or
+// not overlap it at all.
+using DoubleKernel = void (*)(uint8_t* out, const uint8_t* in, int32_t count);
 
 namespace scalerows {
 
@@ -108,6 +112,20 @@ void FixedRatioFrom(const uint32_t* src, uint8_t* dst, int32_t begin, int32_t gr
 template <const Ratio& R, class To>
 void FixedRatio(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg) {
     FixedRatioFrom<R, To>(src, dst, 0, groups, arg);
+}
+
+// Words begin .. end - 1, `previous` the word before begin as it was read (the vector variants
+// finish rows with it, their stores having overwritten it in place).
+inline void DoubleRange(uint8_t* out, const uint8_t* in, int32_t begin, int32_t end, uint32_t previous) {
+    for (int32_t i = begin; i < end; ++i) {
+        // Word i is read before pixels 2i and 2i + 1 overwrite it when working in place.
+        const uint32_t current = Load32(in + 4 * i);
+        Store32(out + 4 * i, PackInterpRGB565(previous + current, 1) | PackInterpRGB565(current, 0) << 16);
+        previous = current;
+    }
+}
+inline void DoubleWords(uint8_t* out, const uint8_t* in, int32_t count) {
+    if (count >= 1) DoubleRange(out, in, 0, count, Load32(in));
 }
 
 }  // namespace scalerows

@@ -48,15 +48,21 @@ void VLerp(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t weight,
     if (i < count) scalerows::VLerp(a + i, b + i, out + i, weight, count - i);
 }
 
+// PackInterpRGB565(sum, k) in 32-bit lanes.
+template <int k>
+HWY_INLINE VU32 Pack565(VU32 sum) {
+    const DU32 d;
+    return hn::Or(hn::Or(hn::And(hn::ShiftRight<11 + k>(sum), hn::Set(d, 0xF800u)),
+                         hn::And(hn::ShiftRight<5 + k>(sum), hn::Set(d, 0x07E0u))),
+                  hn::And(hn::ShiftRight<k>(sum), hn::Set(d, 0x1Fu)));
+}
+
 // The vector packings of the horizontal blends: N sums into N pixels at p.
 struct Vec565 {
     using Ref = scalerows::To565;
     explicit Vec565(uint32_t) {}
     HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
-        const DU32 d;
-        const VU32 px = hn::Or(hn::Or(hn::And(hn::ShiftRight<16>(sum), hn::Set(d, 0xF800u)),
-                                      hn::And(hn::ShiftRight<10>(sum), hn::Set(d, 0x07E0u))),
-                               hn::And(hn::ShiftRight<5>(sum), hn::Set(d, 0x1Fu)));
+        const VU32 px = Pack565<5>(sum);
         const hn::Rebind<uint16_t, DU32> d16;
         hn::StoreU(hn::DemoteTo(d16, hn::BitCast(DI32(), px)), d16, reinterpret_cast<uint16_t*>(p));
     }
@@ -161,6 +167,29 @@ void FixedRatio(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg)
     scalerows::FixedRatioFrom<R, Ref>(src, dst, static_cast<int32_t>(done / R.out), groups, arg);
 }
 
+// Word 0 by the scalar reference, then whole vectors from word 1. Loads run a vector ahead of
+// the stores, so in place every word is read before a store overwrites it.
+void DoubleWords(uint8_t* out, const uint8_t* in, int32_t count) {
+    const DU32 d;
+    const hn::Repartition<uint8_t, DU32> d8;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
+    if (count < lanes + 1) return scalerows::DoubleWords(out, in, count);
+    const auto words = [&](int32_t i) { return hn::BitCast(d, hn::LoadU(d8, in + 4 * i)); };
+    VU32 previous = words(0), current = words(1);
+    scalerows::DoubleRange(out, in, 0, 1, Load32(in));
+    uint32_t last = 0;  // the last word of the last vector
+    int32_t i = 1;
+    for (; i + lanes <= count; i += lanes) {
+        last = Load32(in + 4 * (i + lanes - 1));
+        VU32 nextPrevious = previous, nextCurrent = current;
+        if (i + 2 * lanes <= count) nextPrevious = words(i + lanes - 1), nextCurrent = words(i + lanes);
+        const VU32 pair = hn::Or(Pack565<1>(hn::Add(previous, current)), hn::ShiftLeft<16>(Pack565<0>(current)));
+        hn::StoreU(hn::BitCast(d8, pair), d8, out + 4 * i);
+        previous = nextPrevious, current = nextCurrent;
+    }
+    scalerows::DoubleRange(out, in, i, count, last);
+}
+
 }  // namespace
 
 void FillScaleKernels(KernelTable* k) {
@@ -172,6 +201,7 @@ void FillScaleKernels(KernelTable* k) {
     k->hLerp25RGB565 = &FixedRatio<scalerows::k25Of4, Vec565>;
     k->hLerp23ARGB32 = &FixedRatio<scalerows::k23Of2, VecARGB32<0xF8>>;
     k->hLerp25ARGB32 = &FixedRatio<scalerows::k25Of2, VecARGB32<0xF8>>;
+    k->doubleLine = &DoubleWords;
 }
 
 }  // namespace HWY_NAMESPACE

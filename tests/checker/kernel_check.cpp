@@ -374,6 +374,7 @@ public:
     Fenced& operator=(const Fenced&) = delete;
     ~Fenced() { munmap(base_, mapped_); }
     const uint32_t* words() const { return reinterpret_cast<const uint32_t*>(p_); }
+    uint8_t* bytes() const { return p_; }
 
 private:
     uint8_t* base_;
@@ -381,25 +382,27 @@ private:
     size_t mapped_;
 };
 
-// n counts words of the vertical blend, pixels of the horizontal ones, full groups of the fixed
-// ratios (`in` words give `out` pixels).
+// n counts words of the vertical blend and the doubling, pixels of the horizontal ones, full groups of the fixed
+// ratios (`in` words give `out` pixels). Doubling runs in place or into another buffer.
 struct ScaleEntry {
     const char* name;
     qv::VLerpKernel KernelTable::*v;  // one of three
     qv::HLerpKernel KernelTable::*h;
     qv::FixedRatioKernel KernelTable::*fixed;
+    qv::DoubleKernel KernelTable::*doubled;
     int bytes;  // destination bytes per pixel
     int in, out;
 };
 const ScaleEntry kScaleEntries[] = {
-    {"vLerp", &KernelTable::vLerp, nullptr, nullptr, 4, 1, 1},
-    {"hLerpRGB565", nullptr, &KernelTable::hLerpRGB565, nullptr, 2, 1, 1},
-    {"hLerpRGB888", nullptr, &KernelTable::hLerpRGB888, nullptr, 3, 1, 1},
-    {"hLerpARGB32", nullptr, &KernelTable::hLerpARGB32, nullptr, 4, 1, 1},
-    {"hLerp23RGB565", nullptr, nullptr, &KernelTable::hLerp23RGB565, 2, 4, 6},
-    {"hLerp25RGB565", nullptr, nullptr, &KernelTable::hLerp25RGB565, 2, 4, 10},
-    {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, 4, 2, 3},
-    {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, 4, 2, 5},
+    {"vLerp", &KernelTable::vLerp, nullptr, nullptr, nullptr, 4, 1, 1},
+    {"hLerpRGB565", nullptr, &KernelTable::hLerpRGB565, nullptr, nullptr, 2, 1, 1},
+    {"hLerpRGB888", nullptr, &KernelTable::hLerpRGB888, nullptr, nullptr, 3, 1, 1},
+    {"hLerpARGB32", nullptr, &KernelTable::hLerpARGB32, nullptr, nullptr, 4, 1, 1},
+    {"hLerp23RGB565", nullptr, nullptr, &KernelTable::hLerp23RGB565, nullptr, 2, 4, 6},
+    {"hLerp25RGB565", nullptr, nullptr, &KernelTable::hLerp25RGB565, nullptr, 2, 4, 10},
+    {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, nullptr, 4, 2, 3},
+    {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, nullptr, 4, 2, 5},
+    {"doubleLine", nullptr, nullptr, nullptr, &KernelTable::doubleLine, 4, 1, 1},
 };
 
 // A 16.16 step for n pixels: mostly the enlargement of a random source width to n, else any
@@ -422,7 +425,21 @@ bool CheckScaleRow(const KernelTable& variant, const ScaleEntry& e, int n, int o
     ref.Reset(size, static_cast<size_t>(offset), nullptr);
     got = ref;
     char detail[96] = "";
-    if (e.fixed) {
+    if (e.doubled) {
+        const bool atEnd = rng() & 1;
+        const Fenced src(size, atEnd, rng), copy(size, atEnd, rng);
+        if (rng() & 1) {  // in place: the fenced buffers are the destinations
+            std::memcpy(copy.bytes(), src.bytes(), size);
+            (scalar.*e.doubled)(src.bytes(), src.bytes(), n);
+            (variant.*e.doubled)(copy.bytes(), copy.bytes(), n);
+            ref.bytes.assign(src.bytes(), src.bytes() + size);
+            got.bytes.assign(copy.bytes(), copy.bytes() + size);
+            std::snprintf(detail, sizeof detail, "in place");
+        } else {
+            (scalar.*e.doubled)(ref.p(), src.bytes(), n);
+            (variant.*e.doubled)(got.p(), src.bytes(), n);
+        }
+    } else if (e.fixed) {
         const uint32_t arg = rng() & 0xFF;
         const Fenced src(4 * static_cast<size_t>((n + 1) * e.in), rng() & 1, rng);
         (scalar.*e.fixed)(src.words(), ref.p(), n, arg);
@@ -479,6 +496,7 @@ void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
         for (int i = 0; i < reps; ++i) {
             if (e.v) (t.*e.v)(a.data(), b.data(), out.data(), 11, kN);
             else if (e.h) (t.*e.h)(a.data(), d, step, kN, 255);
+            else if (e.doubled) (t.*e.doubled)(d, reinterpret_cast<const uint8_t*>(a.data()), kN / 2);
             else (t.*e.fixed)(a.data(), d, kN / e.out - 1, 255);
         }
         return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / reps / kN;

@@ -60,6 +60,7 @@ HWY_INLINE VU32 Pack565(VU32 sum) {
 // The vector packings of the horizontal blends: N sums into N pixels at p.
 struct Vec565 {
     using Ref = scalerows::To565;
+    static constexpr int32_t kOverhang = 0;  // pixels past its own that a vector's stores reach
     explicit Vec565(uint32_t) {}
     HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
         const VU32 px = Pack565<5>(sum);
@@ -67,8 +68,14 @@ struct Vec565 {
         hn::StoreU(hn::DemoteTo(d16, hn::BitCast(DI32(), px)), d16, reinterpret_cast<uint16_t*>(p));
     }
 };
+// Each 16-byte block's four pixels are packed into its first 12 bytes, and the blocks stored 12
+// bytes apart, each store's last 4 bytes overwritten by the next: the vector's stores reach 4
+// bytes (kOverhang pixels, rounded up) past its pixels. SVE vectors, whose blocks have no count
+// known at compile time, interleave three byte vectors instead.
+#if HWY_HAVE_SCALABLE
 struct Vec888 {
     using Ref = scalerows::To888;
+    static constexpr int32_t kOverhang = 0;
     explicit Vec888(uint32_t) {}
     HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
         const DU32 d;
@@ -81,9 +88,36 @@ struct Vec888 {
         hn::StoreInterleaved3(blue, green, red, d8, p);
     }
 };
+#else
+template <class D>
+HWY_INLINE void StorePacked(D d, hn::Vec<D> v, uint8_t* p) {
+    if constexpr (hn::MaxLanes(D()) <= 16) {
+        hn::StoreU(v, d, p);
+    } else {
+        const hn::Half<D> dh;
+        StorePacked(dh, hn::LowerHalf(dh, v), p);
+        StorePacked(dh, hn::UpperHalf(dh, v), p + 3 * hn::MaxLanes(D()) / 8);
+    }
+}
+struct Vec888 {
+    using Ref = scalerows::To888;
+    static constexpr int32_t kOverhang = 2;
+    explicit Vec888(uint32_t) {}
+    HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
+        const DU32 d;
+        const hn::Repartition<uint8_t, DU32> d8;
+        alignas(16) static constexpr uint8_t kPack[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 15, 15, 15, 15};
+        const VU32 px = hn::Or(hn::Or(hn::And(hn::ShiftRight<8>(sum), hn::Set(d, 0xFF0000u)),
+                                      hn::And(hn::ShiftRight<5>(sum), hn::Set(d, 0xFF00u))),
+                               hn::And(hn::ShiftRight<2>(sum), hn::Set(d, 0xFFu)));
+        StorePacked(d8, hn::TableLookupBytes(hn::BitCast(d8, px), hn::LoadDup128(d8, kPack)), p);
+    }
+};
+#endif
 template <uint32_t kBlue>
 struct VecARGB32 {
     using Ref = scalerows::ToARGB32Of<kBlue>;
+    static constexpr int32_t kOverhang = 0;
     uint32_t alphaBits;
     explicit VecARGB32(uint32_t alpha) : alphaBits((alpha & 0xFF) << 24) {}
     HWY_INLINE void Put(VU32 sum, uint8_t* p) const {
@@ -111,7 +145,7 @@ void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t n, uint32_t 
         const VU32 fraction = hn::Set(d, 31u);
         VU32 pos = hn::Mul(hn::Iota(d, 0), hn::Set(d, ustep));
         uint32_t first = 0;  // the first lane's position
-        for (; i + lanes <= n; i += lanes) {
+        for (; i + lanes + VecTo::kOverhang <= n; i += lanes) {
             const uint32_t start = std::min<uint32_t>(first >> 16, static_cast<uint32_t>(lastStart));
             const auto lane = hn::IndicesFromVec(d, hn::Sub(hn::ShiftRight<16>(pos), hn::Set(d, start)));
             const VU32 a = hn::TableLookupLanes(hn::LoadU(d, src + start), lane);
@@ -153,7 +187,7 @@ void FixedRatio(const uint32_t* src, uint8_t* dst, int32_t groups, uint32_t arg)
         const int64_t lastStart = extent - 1 - lanes;  // the second load ends at the last word
         const VecTo to(arg);
         int64_t periodStart = 0;
-        for (int32_t v = 0; done + lanes <= fullPixels; done += lanes) {
+        for (int32_t v = 0; done + lanes + VecTo::kOverhang <= fullPixels; done += lanes) {
             const int64_t word = periodStart + first[v];
             const int64_t start = std::min(word, lastStart);
             const auto index = hn::IndicesFromVec(

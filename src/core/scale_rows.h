@@ -1,7 +1,8 @@
 // Row kernels of the scaling YCbCr-to-RGB converters, over rows of interpolation words (pixel.h):
 // the vertical blend of two rows, the horizontal blends at a 16.16 source position into RGB565,
-// RGB888 and ARGB32, and the fixed-ratio horizontal blends. These are the scalar references; the
-// vector variants (scale_rows_simd.cpp) give the same bytes.
+// RGB888 and ARGB32, the fixed-ratio horizontal blends and the line doubling of the near-linear
+// upscaler. These are the scalar references; the vector variants (scale_rows_simd.cpp) give the
+// same bytes.
 #pragma once
 
 #include <cstddef>

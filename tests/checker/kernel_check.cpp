@@ -4,7 +4,10 @@
 // adjustment settings (neutral, extreme, random; tables computed from their fitted lines and
 // gathered), alpha values and colour keys. The byte-moving, RGB-reading and scaler-tap kernels get
 // every size up to a few vectors (tile edges for the transposes), then random sizes, offsets,
-// pitches (negative too) and weights. Seeded: a failure names its case and repeats.
+// pitches (negative too) and weights. The scalers' rows (blends of interpolation words, fixed
+// ratios, line doubling, in place too) get every size up to 130, then random sizes, offsets,
+// steps and weights, their sources between inaccessible pages. Seeded: a failure names its case
+// and repeats.
 //
 //   qv_kernel_check            check (exit 1 on any difference)
 //   qv_kernel_check --bench    also time each variant beside the scalar reference

@@ -16,6 +16,7 @@
 #include "core/pixel.h"
 #include "core/planar_rows.h"
 #include "core/rgb_rows.h"
+#include "core/scale_rows.h"
 
 namespace qv {
 
@@ -81,6 +82,16 @@ struct KernelTable {
     EncodeChromaKernel chromaFromARGB32 = &rgbrows::Chroma<rgbrows::FromARGB32>;
     EncodeChromaKernel chromaFromABGR32 = &rgbrows::Chroma<rgbrows::FromABGR32>;
     WidenKernel widenRGB565 = &rgbrows::Widen565;
+    // The scalers' blends of interpolation words (scale_rows.h).
+    VLerpKernel vLerp = &scalerows::VLerp;
+    HLerpKernel hLerpRGB565 = &scalerows::HLerp<scalerows::To565>;
+    HLerpKernel hLerpRGB888 = &scalerows::HLerp<scalerows::To888>;
+    HLerpKernel hLerpARGB32 = &scalerows::HLerp<scalerows::ToARGB32>;
+    FixedRatioKernel hLerp23RGB565 = &scalerows::FixedRatio<scalerows::k23Of4, scalerows::To565>;
+    FixedRatioKernel hLerp25RGB565 = &scalerows::FixedRatio<scalerows::k25Of4, scalerows::To565>;
+    FixedRatioKernel hLerp23ARGB32 = &scalerows::FixedRatio<scalerows::k23Of2, scalerows::ToARGB32High5>;
+    FixedRatioKernel hLerp25ARGB32 = &scalerows::FixedRatio<scalerows::k25Of2, scalerows::ToARGB32High5>;
+    DoubleKernel doubleLine = &scalerows::DoubleWords;
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -42,55 +42,28 @@ void Convert_565(const QvImgPrcContext* ctx, const uint8_t* luma0, const uint8_t
 
 // ---- vertical kernels -----------------------------------------------------------------------
 
+// The do-while counters of the drivers: a count below one still blends one word.
 void VLerp(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t weight, int32_t count) {
-    do {
-        *out++ = (((32 - weight) * *a++ + weight * *b++) >> 5) & kInterpMask;
-    } while (--count > 0);
+    Kernels().vLerp(a, b, out, weight, count > 0 ? count : 1);
 }
 
 void VLerp_12(const uint32_t* a, const uint32_t* b, uint32_t* out, int32_t count) {
-    do {
-        *out++ = ((*a++ + *b++) >> 1) & kInterpMask;
-    } while (--count > 0);
+    Kernels().vLerp(a, b, out, 16, count > 0 ? count : 1);
 }
 
 // ---- horizontal kernels over a 16.16 source position ----------------------------------------
 
+// Pixel pairs only: an odd width leaves its last pixel unwritten.
 void HLerp(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width) {
-    uint32_t pairs = static_cast<uint32_t>(width) >> 1;
-    if (pairs == 0) return;  // the unsigned counter would wrap; callers pass width >= 2
-    uint32_t pos = 0;
-    do {
-        const uint32_t first = PackInterpRGB565(BlendAt(src, pos), 5);
-        pos += static_cast<uint32_t>(step);
-        const uint32_t second = PackInterpRGB565(BlendAt(src, pos), 5);
-        pos += static_cast<uint32_t>(step);
-        Store32(dst, Pair565(first, second));
-        dst += 4;
-    } while (--pairs != 0);
+    if (width >= 2) Kernels().hLerpRGB565(src, dst, step, width & ~1, 0);
 }
 
 void HLerp24(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width) {
-    uint32_t pos = 0;
-    for (int32_t n = width; n > 0; --n) {
-        const uint32_t v = BlendAt(src, pos) >> 2;
-        dst[0] = static_cast<uint8_t>(v);
-        dst[1] = static_cast<uint8_t>(v >> 11);
-        dst[2] = static_cast<uint8_t>(v >> 22);
-        dst += 3;
-        pos += static_cast<uint32_t>(step);
-    }
+    if (width >= 1) Kernels().hLerpRGB888(src, dst, step, width, 0);
 }
 
 void HLerp32(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, uint8_t alpha) {
-    uint32_t pos = 0;
-    for (int32_t n = width; n > 0; --n) {
-        const uint32_t sum = BlendAt(src, pos);
-        Store32(dst, static_cast<uint32_t>(alpha) << 24 | ((sum >> 8) & 0xFF0000) |
-                         ((sum >> 5) & 0xFF00) | ((sum >> 2) & 0xFF));
-        dst += 4;
-        pos += static_cast<uint32_t>(step);
-    }
+    if (width >= 1) Kernels().hLerpARGB32(src, dst, step, width, alpha);
 }
 
 void HLerpRot(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, int32_t pitch) {
@@ -146,102 +119,29 @@ void Put23Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
     Store32(dst + 8, Pair565(p4, p5));
 }
 
-namespace {
-
-// Ten RGB565 pixels of one 2:5 group; with `next` null the last two repeat s[3]. The fifth
-// pixel weighs s1, s2 by 13, 19 and the tenth s3, s4 by 19, 13: both as the weight table has them.
-void Put25Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
-    uint32_t p[10];
-    p[0] = PackInterpRGB565(s[0], 0);
-    p[1] = PackInterpRGB565(5 * s[0] + 3 * s[1], 3);
-    p[2] = PackInterpRGB565(7 * s[0] + 25 * s[1], 5);
-    p[3] = PackInterpRGB565(13 * s[1] + 3 * s[2], 4);
-    p[4] = PackInterpRGB565(13 * s[1] + 19 * s[2], 5);
-    p[5] = PackInterpRGB565(s[2], 0);
-    p[6] = PackInterpRGB565(5 * s[2] + 3 * s[3], 3);
-    p[7] = PackInterpRGB565(7 * s[2] + 25 * s[3], 5);
-    p[8] = next ? PackInterpRGB565(13 * s[3] + 3 * *next, 4) : PackInterpRGB565(s[3], 0);
-    p[9] = next ? PackInterpRGB565(19 * s[3] + 13 * *next, 5) : PackInterpRGB565(s[3], 0);
-    for (int i = 0; i < 10; i += 2) Store32(dst + 2 * i, Pair565(p[i], p[i + 1]));
-}
-
-// Three ARGB32 pixels of one 2:3 pair; with `next` null the third is s[1].
-void Put23Pair32(const uint32_t* s, const uint32_t* next, uint8_t* dst, uint8_t alpha) {
-    Store32(dst, PackInterpARGB32(s[0], 0, alpha));
-    Store32(dst + 4, PackInterpARGB32(11 * s[0] + 21 * s[1], 5, alpha));
-    Store32(dst + 8, next ? PackInterpARGB32(21 * s[1] + 11 * *next, 5, alpha)
-                          : PackInterpARGB32(s[1], 0, alpha));
-}
-
-// Five ARGB32 pixels of one 2:5 pair; with `next` null the last two are s[1]. The fifth weighs
-// s1 by 19 and s2 by 13, the reverse of HLerp_25's fifth output; both are kept as they are.
-void Put25Pair32(const uint32_t* s, const uint32_t* next, uint8_t* dst, uint8_t alpha) {
-    Store32(dst, PackInterpARGB32(s[0], 0, alpha));
-    Store32(dst + 4, PackInterpARGB32(5 * s[0] + 3 * s[1], 3, alpha));
-    Store32(dst + 8, PackInterpARGB32(7 * s[0] + 25 * s[1], 5, alpha));
-    Store32(dst + 12, next ? PackInterpARGB32(13 * s[1] + 3 * *next, 4, alpha)
-                           : PackInterpARGB32(s[1], 0, alpha));
-    Store32(dst + 16, next ? PackInterpARGB32(19 * s[1] + 13 * *next, 5, alpha)
-                           : PackInterpARGB32(s[1], 0, alpha));
-}
-
-// Full groups of `kIn` source words (at least one), then the closed tail group.
-template <int kIn, int kOutBytes, class PutGroup>
-void FixedRatioRow(const uint32_t* src, uint8_t* dst, int32_t fullGroups, PutGroup put) {
-    do {
-        put(src, src + kIn, dst);
-        src += kIn;
-        dst += kOutBytes;
-    } while (--fullGroups > 0);
-    put(src, nullptr, dst);
-}
-
-}  // namespace
-
+// (n >> 2) - 1 full groups of four words, (n >> 1) - 1 full pairs: at least one.
 void HLerp_23(const uint32_t* src, uint8_t* dst, int32_t n) {
-    FixedRatioRow<4, 12>(src, dst, (n >> 2) - 1, Put23Group);
+    Kernels().hLerp23RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
 }
 
 void HLerp_25(const uint32_t* src, uint8_t* dst, int32_t n) {
-    FixedRatioRow<4, 20>(src, dst, (n >> 2) - 1, Put25Group);
+    Kernels().hLerp25RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
 }
 
 void HLerp32_23(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {
-    FixedRatioRow<2, 12>(src, dst, (n >> 1) - 1,
-                         [alpha](const uint32_t* s, const uint32_t* next, uint8_t* d) {
-                             Put23Pair32(s, next, d, alpha);
-                         });
+    Kernels().hLerp23ARGB32(src, dst, (n >> 1) - 1 > 0 ? (n >> 1) - 1 : 1, alpha);
 }
 
 void HLerp32_25(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {
-    FixedRatioRow<2, 20>(src, dst, (n >> 1) - 1,
-                         [alpha](const uint32_t* s, const uint32_t* next, uint8_t* d) {
-                             Put25Pair32(s, next, d, alpha);
-                         });
+    Kernels().hLerp25ARGB32(src, dst, (n >> 1) - 1 > 0 ? (n >> 1) - 1 : 1, alpha);
 }
 
 // ---- line doubling --------------------------------------------------------------------------
 
-namespace {
-
-void DoubleOneLine(uint8_t* out, const uint8_t* in, int32_t count) {
-    if (count < 1) return;
-    uint32_t previous = Load32(in);
-    for (int32_t i = 0; i < count; ++i) {
-        // Read word i before pixels 2i and 2i + 1 overwrite it when working in place.
-        const uint32_t current = Load32(in + 4 * i);
-        Store32(out + 4 * i, Pair565(PackInterpRGB565(previous + current, 1),
-                                     PackInterpRGB565(current, 0)));
-        previous = current;
-    }
-}
-
-}  // namespace
-
 void DoubleLine(uint16_t* out0, uint16_t* out1, const uint32_t* in0, const uint32_t* in1,
                 int32_t count) {
-    DoubleOneLine(Bytes(out0), Bytes(in0), count);
-    DoubleOneLine(Bytes(out1), Bytes(in1), count);
+    Kernels().doubleLine(Bytes(out0), Bytes(in0), count);
+    Kernels().doubleLine(Bytes(out1), Bytes(in1), count);
 }
 
 }  // namespace qv

@@ -263,10 +263,12 @@ void HorizontalTaps(const int16_t* v, uint8_t* out, int32_t n, int32_t c0, int32
 
 }  // namespace
 
-void FillRgbKernels(KernelTable* k);  // rgb_rows_simd.cpp
+void FillRgbKernels(KernelTable* k);    // rgb_rows_simd.cpp
+void FillScaleKernels(KernelTable* k);  // scale_rows_simd.cpp
 
 void FillPlanarKernels(KernelTable* k) {
     FillRgbKernels(k);
+    FillScaleKernels(k);
     k->transpose = &Transpose;
     k->reverseRow = &Reverse;
     k->packYUY2 = &PackYUY2;

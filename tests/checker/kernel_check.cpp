@@ -4,16 +4,24 @@
 // adjustment settings (neutral, extreme, random; tables computed from their fitted lines and
 // gathered), alpha values and colour keys. The byte-moving, RGB-reading and scaler-tap kernels get
 // every size up to a few vectors (tile edges for the transposes), then random sizes, offsets,
-// pitches (negative too) and weights. Seeded: a failure names its case and repeats.
+// pitches (negative too) and weights. The scalers' rows (blends of interpolation words, fixed
+// ratios, line doubling, in place too) get every size up to 130, then random sizes, offsets,
+// steps and weights, their sources between inaccessible pages. Seeded: a failure names its case
+// and repeats.
 //
 //   qv_kernel_check            check (exit 1 on any difference)
 //   qv_kernel_check --bench    also time each variant beside the scalar reference
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "core/kernel_table.h"
 #include "core/qv_routines.h"
@@ -346,6 +354,167 @@ void CheckMoves(const KernelTable& variant, std::mt19937& rng, int* passed, int*
     }
 }
 
+// ---- the scalers' rows: blends of interpolation words -------------------------------------
+// Sources lie between inaccessible pages, against the page after them or the page before them,
+// so a read outside the extent the reference reads faults.
+class Fenced {
+public:
+    Fenced(size_t bytes, bool atEnd, std::mt19937& rng) {
+        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        const size_t inner = (bytes + page - 1) / page * page + page;
+        mapped_ = inner + 2 * page;
+        base_ = static_cast<uint8_t*>(mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (base_ == MAP_FAILED) std::abort();
+        mprotect(base_, page, PROT_NONE);
+        mprotect(base_ + page + inner, page, PROT_NONE);
+        p_ = atEnd ? base_ + page + inner - bytes : base_ + page;
+        for (size_t i = 0; i < bytes; i += 4) {  // interpolation words, now and then any word
+            const uint32_t w = rng() % 8 ? rng() & qv::kInterpMask : rng();
+            std::memcpy(p_ + i, &w, std::min<size_t>(4, bytes - i));
+        }
+    }
+    Fenced(const Fenced&) = delete;
+    Fenced& operator=(const Fenced&) = delete;
+    ~Fenced() { munmap(base_, mapped_); }
+    const uint32_t* words() const { return reinterpret_cast<const uint32_t*>(p_); }
+    uint8_t* bytes() const { return p_; }
+
+private:
+    uint8_t* base_;
+    uint8_t* p_;
+    size_t mapped_;
+};
+
+// n counts words of the vertical blend and the doubling, pixels of the horizontal ones, full groups of the fixed
+// ratios (`in` words give `out` pixels). Doubling runs in place or into another buffer.
+struct ScaleEntry {
+    const char* name;
+    qv::VLerpKernel KernelTable::*v;  // one of three
+    qv::HLerpKernel KernelTable::*h;
+    qv::FixedRatioKernel KernelTable::*fixed;
+    qv::DoubleKernel KernelTable::*doubled;
+    int bytes;  // destination bytes per pixel
+    int in, out;
+};
+const ScaleEntry kScaleEntries[] = {
+    {"vLerp", &KernelTable::vLerp, nullptr, nullptr, nullptr, 4, 1, 1},
+    {"hLerpRGB565", nullptr, &KernelTable::hLerpRGB565, nullptr, nullptr, 2, 1, 1},
+    {"hLerpRGB888", nullptr, &KernelTable::hLerpRGB888, nullptr, nullptr, 3, 1, 1},
+    {"hLerpARGB32", nullptr, &KernelTable::hLerpARGB32, nullptr, nullptr, 4, 1, 1},
+    {"hLerp23RGB565", nullptr, nullptr, &KernelTable::hLerp23RGB565, nullptr, 2, 4, 6},
+    {"hLerp25RGB565", nullptr, nullptr, &KernelTable::hLerp25RGB565, nullptr, 2, 4, 10},
+    {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, nullptr, 4, 2, 3},
+    {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, nullptr, 4, 2, 5},
+    {"doubleLine", nullptr, nullptr, nullptr, &KernelTable::doubleLine, 4, 1, 1},
+};
+
+// A 16.16 step for n pixels: mostly the enlargement of a random source width to n, else any
+// step up to one word, one word exactly, or a reduction.
+int32_t RandomStep(int n, std::mt19937& rng) {
+    const uint32_t kind = rng() % 8;
+    if (kind < 5 && n > 1) return qv::ScaleStep(1 + static_cast<int32_t>(rng() % static_cast<uint32_t>(n)), n);
+    if (kind < 6) return static_cast<int32_t>(rng() % 0x10001);
+    return kind == 6 ? 0x10000 : static_cast<int32_t>(0x10000 + rng() % 0x30000);
+}
+
+// n pixels (words for the vertical blend) into a destination at `offset` bytes (rounded down to
+// whole words for word rows), against the scalar reference.
+bool CheckScaleRow(const KernelTable& variant, const ScaleEntry& e, int n, int offset, std::mt19937& rng) {
+    const KernelTable& scalar = qv::ScalarKernels();
+    const int pixels = e.fixed ? (n + 1) * e.out : n;
+    const size_t size = static_cast<size_t>(pixels) * static_cast<size_t>(e.bytes);
+    if (e.bytes == 4) offset &= ~3;
+    Guarded ref, got;
+    ref.Reset(size, static_cast<size_t>(offset), nullptr);
+    got = ref;
+    char detail[96] = "";
+    if (e.doubled) {
+        const bool atEnd = rng() & 1;
+        const Fenced src(size, atEnd, rng), copy(size, atEnd, rng);
+        if (rng() & 1) {  // in place: the fenced buffers are the destinations
+            std::memcpy(copy.bytes(), src.bytes(), size);
+            (scalar.*e.doubled)(src.bytes(), src.bytes(), n);
+            (variant.*e.doubled)(copy.bytes(), copy.bytes(), n);
+            ref.bytes.assign(src.bytes(), src.bytes() + size);
+            got.bytes.assign(copy.bytes(), copy.bytes() + size);
+            std::snprintf(detail, sizeof detail, "in place");
+        } else {
+            (scalar.*e.doubled)(ref.p(), src.bytes(), n);
+            (variant.*e.doubled)(got.p(), src.bytes(), n);
+        }
+    } else if (e.fixed) {
+        const uint32_t arg = rng() & 0xFF;
+        const Fenced src(4 * static_cast<size_t>((n + 1) * e.in), rng() & 1, rng);
+        (scalar.*e.fixed)(src.words(), ref.p(), n, arg);
+        (variant.*e.fixed)(src.words(), got.p(), n, arg);
+        std::snprintf(detail, sizeof detail, "arg %u", arg);
+    } else if (e.v) {
+        const Fenced a(4 * static_cast<size_t>(n), rng() & 1, rng), b(4 * static_cast<size_t>(n), rng() & 1, rng);
+        const uint32_t weight = rng() % 4 ? rng() % 33 : rng();
+        (scalar.*e.v)(a.words(), b.words(), reinterpret_cast<uint32_t*>(ref.p()), weight, n);
+        (variant.*e.v)(a.words(), b.words(), reinterpret_cast<uint32_t*>(got.p()), weight, n);
+        std::snprintf(detail, sizeof detail, "weight %u", weight);
+    } else {
+        const int32_t step = RandomStep(n, rng);
+        const uint32_t arg = rng() & 0xFF;
+        const size_t words = (static_cast<uint32_t>(n - 1) * static_cast<uint32_t>(step) >> 16) + 2;
+        const Fenced src(4 * words, rng() & 1, rng);
+        (scalar.*e.h)(src.words(), ref.p(), step, n, arg);
+        (variant.*e.h)(src.words(), got.p(), step, n, arg);
+        std::snprintf(detail, sizeof detail, "step 0x%x, arg %u", static_cast<unsigned>(step), arg);
+    }
+    if (ref.bytes == got.bytes) return true;
+    size_t at = 0;
+    while (ref.bytes[at] == got.bytes[at]) ++at;
+    std::printf("FAIL %s %s: n %d, offset %d, %s: byte %ld of the destination differs\n", variant.name, e.name, n,
+                offset, detail, static_cast<long>(at) - kGuard - offset);
+    return false;
+}
+
+void CheckScaleRows(const KernelTable& variant, std::mt19937& rng, int* passed, int* failed) {
+    for (const ScaleEntry& e : kScaleEntries) {
+        int entryFailures = 0;
+        auto run = [&](int n, int offset) {
+            if (entryFailures >= 3) return;
+            const bool ok = CheckScaleRow(variant, e, n, offset, rng);
+            ok ? ++*passed : (++*failed, ++entryFailures);
+        };
+        for (int n = 1; n <= 130; ++n) run(n, 0);
+        for (int k = 0; k < 300; ++k) run(1 + static_cast<int>(rng() % (e.fixed ? 500 : 2000)), static_cast<int>(rng() % 64));
+    }
+}
+
+// ns per pixel of the scalers' rows at 1920 pixels (an enlargement of 1280 for the horizontal;
+// fixed ratios: about 1920 pixels of full groups).
+void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
+    constexpr int kN = 1920;
+    std::vector<uint32_t> a(kN + 1), b(kN + 1), out(kN);
+    std::mt19937 rng(3);
+    for (size_t i = 0; i <= kN; ++i) a[i] = rng() & qv::kInterpMask, b[i] = rng() & qv::kInterpMask;
+    const int32_t step = qv::ScaleStep(1280, kN);
+    auto time = [&](const KernelTable& t, const ScaleEntry& e) {
+        uint8_t* d = reinterpret_cast<uint8_t*>(out.data());
+        const int reps = 4000;
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < reps; ++i) {
+            if (e.v) (t.*e.v)(a.data(), b.data(), out.data(), 11, kN);
+            else if (e.h) (t.*e.h)(a.data(), d, step, kN, 255);
+            else if (e.doubled) (t.*e.doubled)(d, reinterpret_cast<const uint8_t*>(a.data()), kN / 2);
+            else (t.*e.fixed)(a.data(), d, kN / e.out - 1, 255);
+        }
+        return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / reps / kN;
+    };
+    for (const ScaleEntry& e : kScaleEntries) {
+        const double scalar = time(qv::ScalarKernels(), e);
+        std::printf("%-16s %8.3f", e.name, scalar);
+        for (int i = 0; i < count; ++i) {
+            const double ns = time(sets[i].table, e);
+            std::printf("   %6.3f (%4.1fx)", ns, scalar / ns);
+        }
+        std::printf("\n");
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -384,6 +553,7 @@ int main(int argc, char** argv) {
             }
         }
         CheckMoves(variant, rng, &passed, &failed);
+        CheckScaleRows(variant, rng, &passed, &failed);
     }
 
     CheckDeinterlaceKernels(sets, count, rng, &passed, &failed);
@@ -401,6 +571,7 @@ int main(int argc, char** argv) {
             }
             std::printf("\n");
         }
+        BenchScaleRows(sets, count);
         BenchDeinterlaceKernels(sets, count);
     }
     std::printf("kernel check: %d passed, %d failed\n", passed, failed);

@@ -1,16 +1,18 @@
 // Deinterlace modes against the two-pass floor: each mode, 4:2:0 to 4:2:0 at the same size
-// through the public interface (the mode into the context's work planes, then the copy out of
-// them), beside two memcpy passes over the frame's bytes (source to a work buffer, work buffer
-// to the destination: 1.5 x W x H bytes each). Runs alternate between the two in one process,
+// through the public interface (a plain copy, so the mode writes the destination in one pass),
+// beside two memcpy passes over the frame's bytes (source to a work buffer, work buffer to the
+// destination: 1.5 x W x H bytes each), what a mode into the work planes and the copy out of them
+// would be held to. Runs alternate between the two in one process,
 // about half a millisecond each; times are medians over the rounds, and ours/floor is the median
 // of the rounds' ratios (each round's two runs see the same load on a shared machine).
 //
 //   qv_deinterlace_bench [rounds [mode [width]]]   default 101 rounds,
 //                                                  every mode (fast ... block) at both sizes
 //
-// Two more columns split the time: the mode's own pass (DeInterlace into planes of the work-plane
-// pitch) against one memcpy pass, and the conversion out of planes laid out as the work planes
-// (a frame without deinterlacing from such planes) against one memcpy pass.
+// Two more columns time the two-pass road that other frames take: the mode's own pass
+// (DeInterlace into planes of the work-plane pitch) against one memcpy pass, and the conversion
+// out of planes laid out as the work planes (a frame without deinterlacing from such planes)
+// against one memcpy pass.
 //
 // The source is the benchmark pattern of qv_bench (nearly every 8x8 block combed, the block
 // mode's worst case) with five readable rows below every plane, as the block mode needs.

@@ -346,12 +346,24 @@ TEST(DeintX, ShortBottomRowsLookBelowThePlane) {
 // ---- through the frame pipeline ---------------------------------------------------------------
 
 // A 4:2:0 copy with a deinterlace mode in force: the destination holds the deinterlaced planes.
+// Diagonal stripes, the odd lines of each plane's upper half inverted: combed blocks there, rebuilt
+// along the stripes, which depends on where a block lies in the row.
+void StripesCombedAbove(Frame& fr) {
+    for (uint32_t i = 0; i < 3; ++i)
+        for (int32_t y = 0; y < fr.Lines(i); ++y)
+            for (uint32_t x = 0; x < fr.RowBytes(i); ++x) {
+                const uint8_t v = (x + static_cast<uint32_t>(y)) / 4 % 2 != 0 ? 200 : 30;
+                fr.S(i, y)[x] = y % 2 != 0 && y < fr.Lines(i) / 2 ? 255 - v : v;
+            }
+}
+
 TEST(DeintPipeline, DeinterlacedPlanesReachTheOutput) {
     constexpr int32_t W = 40, H = 16;
     constexpr uint32_t kWorkPitch = 48;  // the work planes' pitch: W rounded up to 16
     for (uint32_t mode : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 9u}) {
         // The source rows carry 4 spare bytes; the last luma row is readable up to the work pitch.
         Frame fr(0, W, H, 4, kWorkPitch, 31 + mode, kWorkPitch - (W + 4));
+        StripesCombedAbove(fr);
         const Planes exp = Expected(fr, mode, 0);
         qvtest::Context c(qvtest::MakeParams(0x000, W, H, W, H));
         ASSERT_EQ(c.status, 0);
@@ -369,6 +381,27 @@ TEST(DeintPipeline, DeinterlacedPlanesReachTheOutput) {
                         << "mode " << mode << " plane " << i << " line " << y;
             EXPECT_TRUE(dst.guardsIntact());
         }
+    }
+}
+
+// A same-size 4:2:0 copy writes the mode straight into the destination unless the planes forbid
+// it; a frame processed in place (destination planes on the source planes) gives the same bytes.
+TEST(DeintPipeline, InPlaceFramesMatchTheReferences) {
+    constexpr int32_t W = 64, H = 16;
+    for (uint32_t mode : {1u, 2u, 3u, 4u, 5u, 6u, 7u}) {
+        Frame fr(0, W, H, 0, W, 57 + mode);
+        StripesCombedAbove(fr);
+        const Planes exp = Expected(fr, mode, 0);
+        qvtest::Context c(qvtest::MakeParams(0x000, W, H, W, H));
+        ASSERT_EQ(c.status, 0);
+        c.ctx->deinterlaceMode = mode;
+        uint8_t* planes[3] = {fr.S(0, 0), fr.S(1, 0), fr.S(2, 0)};
+        const int32_t ss[3] = {W, W / 2, W / 2};
+        ASSERT_EQ(QV_ImgPrcOneFrame(c.ctx, planes, ss, planes, ss), 0);
+        for (uint32_t i = 0; i < 3; ++i)
+            for (int32_t y = 0; y < fr.Lines(i); ++y)
+                ASSERT_TRUE(std::equal(fr.S(i, y), fr.S(i, y) + fr.RowBytes(i), &exp[i][size_t{W} * y]))
+                    << "mode " << mode << " plane " << i << " line " << y;
     }
 }
 

@@ -241,6 +241,12 @@ int32_t _ImgPrcOneFrame_depend(QvImgPrcContext* ctx, const uint8_t* const srcPla
     const int32_t workStrides[3] = {static_cast<int32_t>(ctx->planeStride), static_cast<int32_t>(ctx->planeStride),
                                     static_cast<int32_t>(ctx->planeStride)};
     if (ctx->deinterlaceMode != kDeintOff) {
+        // A plain copy out of the work planes can be skipped: nothing else reads them (a 4:2:0
+        // source has every byte the copy reads rewritten by each frame's mode) and no check after
+        // this point refuses such a frame.
+        const bool plainCopy = ctx->operation == Op(kYCbCr420, kYCbCr420) && ctx->adjustOn == 0 &&
+                               ctx->rotation == kRotateNone && ctx->scaleCase == kScaleSame;
+        if (plainCopy && QV_DeInterlaceIntoFrame(ctx, srcPlanes, srcStrides, dstPlanes, dstStrides)) return kOk;
         uint8_t* const work[3] = {ctx->plane[0], ctx->plane[1], ctx->plane[2]};
         const int32_t status = QV_DeInterlace(ctx, srcPlanes, srcStrides, work, workStrides);
         if (status != kOk) return status;

@@ -166,5 +166,13 @@ int32_t _QVYCbCr420ToRGB555(const QvImgPrcContext* ctx, SrcPlanes sp, Strides ss
 int32_t QV_DeInterlace(const QvImgPrcContext* ctx, const uint8_t* const srcPixels[3],
                        const int32_t srcPitch[3], uint8_t* const dstPixels[3],
                        const int32_t dstPitch[3]);
+// For a frame whose conversion would be a plain copy of the work planes (4:2:0 to 4:2:0, same
+// size, unrotated, unadjusted): the mode written straight into the destination planes, the
+// same bytes the copy would write and no other. False, with nothing written, when the planes do
+// not allow it: a stride shorter than a row, destination planes that overlap one another or
+// anything the mode may read, or the block mode with a width that is not a multiple of 16 (it
+// then works wider than the picture).
+bool QV_DeInterlaceIntoFrame(const QvImgPrcContext* ctx, const uint8_t* const srcPixels[3],
+                             const int32_t srcPitch[3], uint8_t* const dstPixels[3], const int32_t dstPitch[3]);
 
 }  // namespace qv

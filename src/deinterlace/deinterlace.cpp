@@ -37,7 +37,9 @@ inline int32_t PlaneLines(uint32_t fmt, uint32_t plane, uint32_t height) {
 // pitch) bytes, each pitch taken by its size: compared as unsigned, a bottom-up pitch would always
 // lose and every line would move the whole output pitch, reading past the end of the plane from
 // line 0. Output lines past the plane are never written; source indices past it read the last
-// line (4:2:2 chroma steps two source lines per output line and runs off the plane).
+// line (4:2:2 chroma steps two source lines per output line and runs off the plane). Written into
+// a caller's frame, every line moves the picture's row bytes instead (`rowBytes`, no more than
+// either pitch): the same bytes of each row, and no byte past the row.
 struct LineMover {
     const uint8_t* src;
     uint32_t srcPitch;
@@ -45,6 +47,7 @@ struct LineMover {
     uint32_t dstPitch;
     int32_t lines;
     uint32_t bytes;
+    uint32_t outputBytes;  // the output-to-output copy of mean: the whole output pitch, or the row
 
     const uint8_t* Src(int32_t k) const { return Line(src, std::min(k, lines - 1), srcPitch); }
     uint8_t* Dst(int32_t k) const { return Line(dst, k, dstPitch); }
@@ -56,22 +59,28 @@ struct LineMover {
     }
     // Output line `from` copied to output line `out` over the whole output pitch.
     void CopyOutput(int32_t out, int32_t from) const {
-        if (out < lines) std::memcpy(Dst(out), Dst(from), PitchBytes(dstPitch));
+        if (out < lines) std::memcpy(Dst(out), Dst(from), outputBytes);
     }
 };
 
 // Runs body(lines, chroma422) on each plane a simple mode writes: 4:4:4 sources only when
-// `with444` (linear), planes with a source and an output only.
+// `with444` (linear), planes with a source and an output only. `rowBytes` (null for the work
+// planes) gives the bytes of each plane's rows in a caller's frame.
 template <class Body>
 int32_t ForEachSimplePlane(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height,
-                           bool with444, Body body) {
+                           bool with444, const uint32_t* rowBytes, Body body) {
     if (out == nullptr || in == nullptr) return kInvalidArg;
     if (fmt > kYCbCr444 || (fmt == kYCbCr444 && !with444)) return kOk;
     for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
         if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
-        const LineMover m{in->pixels[i],  in->pitch[i], out->pixels[i], out->pitch[i],
+        const uint32_t bytes = std::min(PitchBytes(in->pitch[i]), PitchBytes(out->pitch[i]));
+        const LineMover m{in->pixels[i],
+                          in->pitch[i],
+                          out->pixels[i],
+                          out->pitch[i],
                           PlaneLines(fmt, i, height),
-                          std::min(PitchBytes(in->pitch[i]), PitchBytes(out->pitch[i]))};
+                          rowBytes != nullptr ? std::min(bytes, rowBytes[i]) : bytes,
+                          rowBytes != nullptr ? std::min(bytes, rowBytes[i]) : PitchBytes(out->pitch[i])};
         if (m.lines > 0) body(m, fmt == kYCbCr422 && i != 0);
     }
     return kOk;
@@ -90,6 +99,61 @@ void KeepField(const LineMover& m, uint32_t field, int32_t outStep, Put put) {
     for (; k < m.lines - 2; k += outStep, s += 2) put(k, s);
     m.Copy(k, s);
     if (field == 0) m.Copy(k + 1, s + 1);
+}
+
+// Output lines 2k and 2k+1 are source line field + 2k. 4:2:2 chroma writes output line k from
+// source line field + 2k, reading twice the lines the plane holds (clamped to its last line).
+int32_t Discard(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height, uint32_t field,
+                const uint32_t* rowBytes) {
+    return ForEachSimplePlane(out, in, fmt, height, false, rowBytes, [field](const LineMover& m, bool chroma422) {
+        const int32_t outStep = chroma422 ? 1 : 2;
+        for (int32_t k = 0, s = static_cast<int32_t>(field); k < m.lines; k += outStep, s += 2)
+            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
+    });
+}
+
+// Discard with the edge lines of the other field: field 0 gives source lines 0,0,2,2,4,4,6,7 for
+// eight lines, field 1 gives 0,1,1,3,3,5,5,7. 4:2:2 chroma steps as in discard.
+int32_t Bob(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height, uint32_t field,
+            const uint32_t* rowBytes) {
+    return ForEachSimplePlane(out, in, fmt, height, false, rowBytes, [field](const LineMover& m, bool chroma422) {
+        const int32_t outStep = chroma422 ? 1 : 2;
+        KeepField(m, field, outStep, [&](int32_t k, int32_t s) {
+            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
+        });
+    });
+}
+
+// Every line averaged with the one above; 4:2:2 chroma line k averages source lines 2k-2, 2k-1.
+int32_t Blend(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height, const uint32_t* rowBytes) {
+    return ForEachSimplePlane(out, in, fmt, height, false, rowBytes, [](const LineMover& m, bool chroma422) {
+        const int32_t srcStep = chroma422 ? 2 : 1;
+        m.Copy(0, 0);
+        for (int32_t k = 1; k < m.lines; ++k) m.Average(k, srcStep * (k - 1), srcStep * (k - 1) + 1);
+    });
+}
+
+// Each line pair replaced by its average; the second line is a copy of the first over the whole
+// output pitch.
+int32_t Mean(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height, const uint32_t* rowBytes) {
+    return ForEachSimplePlane(out, in, fmt, height, false, rowBytes, [](const LineMover& m, bool) {
+        for (int32_t k = 0; k < m.lines; k += 2) {
+            m.Average(k, k, k + 1);
+            m.CopyOutput(k + 1, k);
+        }
+    });
+}
+
+// One field kept, the lines between averaged from the field lines above and below. A 4:4:4 source
+// has `height` lines in every plane.
+int32_t Linear(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t height, uint32_t field,
+               const uint32_t* rowBytes) {
+    return ForEachSimplePlane(out, in, fmt, height, true, rowBytes, [field](const LineMover& m, bool) {
+        KeepField(m, field, 2, [&](int32_t k, int32_t s) {
+            m.Copy(k, s);
+            m.Average(k + 1, s, s + 2);
+        });
+    });
 }
 
 // ---- five-tap line filter -----------------------------------------------------------------------
@@ -189,6 +253,73 @@ void XDeintPlane(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_t s
     if (rightWidth != 0) strip(lastRow, blockBytes, rightWidth, lastHeight);
 }
 
+// The block mode's planes: luma `width` bytes wide, the output pitch for the work planes (rowBytes
+// null) or the row bytes of a caller's frame, which are the same bytes when the pitch equals them.
+int32_t BlockMode(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t width, uint32_t height,
+                  const uint32_t* rowBytes) {
+    if (out == nullptr || in == nullptr || fmt > kYCbCr444) return kOk;
+    const uint32_t chromaWidth = fmt == kYCbCr444 ? width : width >> 1;
+    for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
+        if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
+        const uint32_t outBytes = rowBytes != nullptr ? rowBytes[i] : out->pitch[i];
+        const uint32_t w = i == 0 ? outBytes : std::min({chromaWidth, in->pitch[i], outBytes});
+        XDeintPlane(out->pixels[i], out->pitch[i], in->pixels[i], in->pitch[i], static_cast<int32_t>(w),
+                    PlaneLines(fmt, i, height));
+    }
+    return kOk;
+}
+
+// One mode, the routines' results dropped. rowBytes as for ForEachSimplePlane.
+void RunMode(DeintPicture* out, const DeintPicture* in, uint32_t width, uint32_t height, uint32_t field,
+             uint32_t fmt, uint32_t mode, const uint32_t* rowBytes) {
+    switch (mode) {
+        case kDeintOff: break;
+        case kDeintDiscard: Discard(out, in, fmt, height, field, rowBytes); break;
+        case kDeintBob: Bob(out, in, fmt, height, field, rowBytes); break;
+        case kDeintBlend: Blend(out, in, fmt, height, rowBytes); break;
+        case kDeintMean: Mean(out, in, fmt, height, rowBytes); break;
+        case kDeintLinear: Linear(out, in, fmt, height, field, rowBytes); break;
+        case kDeintX: BlockMode(out, in, fmt, width, height, rowBytes); break;
+        default: picture_deinterlace_fast(out, in, fmt, width, height); break;  // 1 and unknown
+    }
+}
+
+// The input picture of a frame: the caller's planes, sizes by the source format.
+bool SourcePicture(const QvImgPrcContext* ctx, const uint8_t* const srcPixels[3], const int32_t srcPitch[3],
+                   DeintPicture* in, uint32_t* fmtOut) {
+    const int32_t fmt = SourceFormat(ctx->operation);
+    const uint32_t width = static_cast<uint32_t>(ctx->srcWidth);
+    const uint32_t height = static_cast<uint32_t>(ctx->srcHeight);
+    *in = DeintPicture{};
+    in->planeCount = 3;
+    in->width = width;
+    in->height = height;
+    switch (fmt) {
+        case kYCbCr420: in->chromaWidth = width >> 1; in->chromaHeight = height >> 1; break;
+        case kYCbCr422: in->chromaWidth = width >> 1; in->chromaHeight = height; break;
+        case kYCbCr444: in->chromaWidth = width; in->chromaHeight = height; break;
+        default: return false;
+    }
+    for (int i = 0; i < 3; ++i) {
+        in->pixels[i] = const_cast<uint8_t*>(srcPixels[i]);  // read only: the output is another record
+        in->pitch[i] = static_cast<uint32_t>(srcPitch[i]);
+    }
+    *fmtOut = static_cast<uint32_t>(fmt);
+    return true;
+}
+
+// The addresses [lo, hi) of `rows` rows of `bytes` bytes, row r at r x stride from p.
+struct Extent {
+    uintptr_t lo, hi;
+    bool Meets(const Extent& o) const { return lo < o.hi && o.lo < hi; }
+};
+Extent RowsExtent(const uint8_t* p, int32_t stride, int64_t rows, int64_t bytes) {
+    const uintptr_t base = reinterpret_cast<uintptr_t>(p);
+    const int64_t span = (rows - 1) * static_cast<int64_t>(stride);
+    const uintptr_t lo = span < 0 ? base - static_cast<uintptr_t>(-span) : base;
+    return {lo, lo + static_cast<uintptr_t>(span < 0 ? -span : span) + static_cast<uintptr_t>(bytes)};
+}
+
 }  // namespace
 
 // ---- entry and mode switch ----------------------------------------------------------------------
@@ -197,42 +328,60 @@ int32_t QV_DeInterlace(const QvImgPrcContext* ctx, const uint8_t* const srcPixel
                        const int32_t srcPitch[3], uint8_t* const dstPixels[3],
                        const int32_t dstPitch[3]) {
     if (ctx == nullptr) return kInvalidArg;
-    const int32_t fmt = SourceFormat(ctx->operation);
-    const uint32_t width = static_cast<uint32_t>(ctx->srcWidth);
-    const uint32_t height = static_cast<uint32_t>(ctx->srcHeight);
-    DeintPicture in{};
-    in.planeCount = 3;
-    in.width = width;
-    in.height = height;
-    switch (fmt) {
-        case kYCbCr420: in.chromaWidth = width >> 1; in.chromaHeight = height >> 1; break;
-        case kYCbCr422: in.chromaWidth = width >> 1; in.chromaHeight = height; break;
-        case kYCbCr444: in.chromaWidth = width; in.chromaHeight = height; break;
-        default: return kInvalidArg;
-    }
+    DeintPicture in;
+    uint32_t fmt = 0;
+    if (!SourcePicture(ctx, srcPixels, srcPitch, &in, &fmt)) return kInvalidArg;
     DeintPicture out = in;
     for (int i = 0; i < 3; ++i) {
-        in.pixels[i] = const_cast<uint8_t*>(srcPixels[i]);  // read only: out is another record
-        in.pitch[i] = static_cast<uint32_t>(srcPitch[i]);
         out.pixels[i] = dstPixels[i];
         out.pitch[i] = static_cast<uint32_t>(dstPitch[i]);
     }
-    return DeInterlace(&out, &in, width, height, 0, static_cast<uint32_t>(fmt), ctx->deinterlaceMode);
+    return DeInterlace(&out, &in, in.width, in.height, 0, fmt, ctx->deinterlaceMode);
+}
+
+bool QV_DeInterlaceIntoFrame(const QvImgPrcContext* ctx, const uint8_t* const srcPixels[3],
+                             const int32_t srcPitch[3], uint8_t* const dstPixels[3], const int32_t dstPitch[3]) {
+    if (ctx == nullptr || SourceFormat(ctx->operation) != kYCbCr420) return false;
+    const int64_t W = ctx->srcWidth, H = ctx->srcHeight;
+    const int64_t P = ctx->planeStride;
+    if (W <= 0 || H <= 0 || ctx->deinterlaceMode == kDeintOff) return false;
+    // The block mode processes luma over the work planes' pitch: the same bytes only when that is W.
+    const bool block = ctx->deinterlaceMode == kDeintX;
+    if (block && P != W) return false;
+    const auto abs64 = [](int32_t v) { return v < 0 ? -static_cast<int64_t>(v) : static_cast<int64_t>(v); };
+    Extent written[3], read[3];
+    for (int i = 0; i < 3; ++i) {
+        const int64_t row = i == 0 ? W : W >> 1, rows = i == 0 ? H : H >> 1;
+        if (srcPixels[i] == nullptr || dstPixels[i] == nullptr) return false;
+        // Rows that would move fewer bytes than the picture's leave work-plane bytes to the copy.
+        if (abs64(srcPitch[i]) < row || abs64(dstPitch[i]) < row) return false;
+        written[i] = RowsExtent(dstPixels[i], dstPitch[i], rows, row);
+        // What the mode reads: the picture's rows; the block mode also up to 5 rows below them and
+        // to the row rounded up to 8 bytes.
+        read[i] = block ? RowsExtent(srcPixels[i], srcPitch[i], rows + 5, (row + 7) & ~int64_t{7})
+                        : RowsExtent(srcPixels[i], srcPitch[i], rows, row);
+    }
+    // Each output byte written once, from a source nothing has written yet.
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            if ((j > i && written[i].Meets(written[j])) || written[i].Meets(read[j])) return false;
+    DeintPicture in;
+    uint32_t fmt = 0;
+    if (!SourcePicture(ctx, srcPixels, srcPitch, &in, &fmt)) return false;
+    DeintPicture out = in;
+    for (int i = 0; i < 3; ++i) {
+        out.pixels[i] = dstPixels[i];
+        out.pitch[i] = static_cast<uint32_t>(dstPitch[i]);
+    }
+    const uint32_t rowBytes[4] = {in.width, in.chromaWidth, in.chromaWidth, 0};
+    RunMode(&out, &in, in.width, in.height, 0, fmt, ctx->deinterlaceMode, rowBytes);
+    return true;
 }
 
 int32_t DeInterlace(DeintPicture* out, const DeintPicture* in, uint32_t width, uint32_t height,
                     uint32_t field, uint32_t fmt, uint32_t mode) {
     if (out == nullptr || in == nullptr) return kInvalidArg;
-    switch (mode) {  // the routines' own results are not passed on
-        case kDeintOff: break;
-        case kDeintDiscard: picture_deinterlace_discard(out, in, fmt, width, height, field); break;
-        case kDeintBob: picture_deinterlace_bob(out, in, fmt, width, height, field); break;
-        case kDeintBlend: picture_deinterlace_blend(out, in, fmt, width, height); break;
-        case kDeintMean: picture_deinterlace_mean(out, in, fmt, width, height); break;
-        case kDeintLinear: picture_deinterlace_linear(out, in, fmt, width, height, field); break;
-        case kDeintX: picture_deinterlace_x(out, in, fmt, width, height); break;
-        default: picture_deinterlace_fast(out, in, fmt, width, height); break;  // 1 and unknown
-    }
+    RunMode(out, in, width, height, field, fmt, mode, nullptr);
     return kOk;
 }
 
@@ -242,61 +391,29 @@ void Merge(uint8_t* dst, const uint8_t* src1, const uint8_t* src2, uint32_t coun
 
 // ---- simple modes -------------------------------------------------------------------------------
 
-// Output lines 2k and 2k+1 are source line field + 2k. 4:2:2 chroma writes output line k from
-// source line field + 2k, reading twice the lines the plane holds (clamped to its last line).
 int32_t picture_deinterlace_discard(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
                                     uint32_t, uint32_t height, uint32_t field) {
-    return ForEachSimplePlane(out, in, fmt, height, false, [field](const LineMover& m, bool chroma422) {
-        const int32_t outStep = chroma422 ? 1 : 2;
-        for (int32_t k = 0, s = static_cast<int32_t>(field); k < m.lines; k += outStep, s += 2)
-            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
-    });
+    return Discard(out, in, fmt, height, field, nullptr);
 }
 
-// Discard with the edge lines of the other field: field 0 gives source lines 0,0,2,2,4,4,6,7 for
-// eight lines, field 1 gives 0,1,1,3,3,5,5,7. 4:2:2 chroma steps as in discard.
 int32_t picture_deinterlace_bob(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
                                 uint32_t height, uint32_t field) {
-    return ForEachSimplePlane(out, in, fmt, height, false, [field](const LineMover& m, bool chroma422) {
-        const int32_t outStep = chroma422 ? 1 : 2;
-        KeepField(m, field, outStep, [&](int32_t k, int32_t s) {
-            for (int32_t n = 0; n < outStep; ++n) m.Copy(k + n, s);
-        });
-    });
+    return Bob(out, in, fmt, height, field, nullptr);
 }
 
-// Every line averaged with the one above; 4:2:2 chroma line k averages source lines 2k-2, 2k-1.
 int32_t picture_deinterlace_blend(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
                                   uint32_t height) {
-    return ForEachSimplePlane(out, in, fmt, height, false, [](const LineMover& m, bool chroma422) {
-        const int32_t srcStep = chroma422 ? 2 : 1;
-        m.Copy(0, 0);
-        for (int32_t k = 1; k < m.lines; ++k) m.Average(k, srcStep * (k - 1), srcStep * (k - 1) + 1);
-    });
+    return Blend(out, in, fmt, height, nullptr);
 }
 
-// Each line pair replaced by its average; the second line is a copy of the first over the whole
-// output pitch.
 int32_t picture_deinterlace_mean(DeintPicture* out, const DeintPicture* in, uint32_t fmt, uint32_t,
                                  uint32_t height) {
-    return ForEachSimplePlane(out, in, fmt, height, false, [](const LineMover& m, bool) {
-        for (int32_t k = 0; k < m.lines; k += 2) {
-            m.Average(k, k, k + 1);
-            m.CopyOutput(k + 1, k);
-        }
-    });
+    return Mean(out, in, fmt, height, nullptr);
 }
 
-// One field kept, the lines between averaged from the field lines above and below. A 4:4:4 source
-// has `height` lines in every plane.
 int32_t picture_deinterlace_linear(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
                                    uint32_t, uint32_t height, uint32_t field) {
-    return ForEachSimplePlane(out, in, fmt, height, true, [field](const LineMover& m, bool) {
-        KeepField(m, field, 2, [&](int32_t k, int32_t s) {
-            m.Copy(k, s);
-            m.Average(k + 1, s, s + 2);
-        });
-    });
+    return Linear(out, in, fmt, height, field, nullptr);
 }
 
 // ---- five-tap line filter -----------------------------------------------------------------------
@@ -393,16 +510,7 @@ void XDeintNxNFrame(uint8_t* dst, uint32_t dstPitch, const uint8_t* src, uint32_
 // output pitch (the work planes' 16-byte multiple). Chroma is processed over the chroma width.
 int32_t picture_deinterlace_x(DeintPicture* out, const DeintPicture* in, uint32_t fmt,
                               uint32_t width, uint32_t height) {
-    if (out == nullptr || in == nullptr || fmt > kYCbCr444) return kOk;
-    const uint32_t chromaWidth = fmt == kYCbCr444 ? width : width >> 1;
-    for (uint32_t i = 0; i < UsedPlanes(in); ++i) {
-        if (in->pixels[i] == nullptr || out->pixels[i] == nullptr) continue;
-        const uint32_t w = i == 0 ? out->pitch[0]
-                                  : std::min({chromaWidth, in->pitch[i], out->pitch[i]});
-        XDeintPlane(out->pixels[i], out->pitch[i], in->pixels[i], in->pitch[i],
-                    static_cast<int32_t>(w), PlaneLines(fmt, i, height));
-    }
-    return kOk;
+    return BlockMode(out, in, fmt, width, height, nullptr);
 }
 
 }  // namespace qv

@@ -92,6 +92,7 @@ struct KernelTable {
     FixedRatioKernel hLerp23ARGB32 = &scalerows::FixedRatio<scalerows::k23Of2, scalerows::ToARGB32High5>;
     FixedRatioKernel hLerp25ARGB32 = &scalerows::FixedRatio<scalerows::k25Of2, scalerows::ToARGB32High5>;
     DoubleKernel doubleLine = &scalerows::DoubleWords;
+    NearestKernel nearestRGB565 = &scalerows::Nearest;  // RGB565 to RGB565, HLerp_Nearest
 };
 
 // The table for this process: the best kernel set the CPU supports, capped by QV_SIMD.

@@ -79,29 +79,10 @@ void HLerpRot(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, in
     }
 }
 
+// Pixel pairs only: an odd width leaves its last pixel unwritten, the walk still over width.
 void HLerp_Nearest(const uint16_t* src, uint8_t* dst, int32_t width, int32_t step,
                    int32_t remainder) {
-    uint32_t pairs = static_cast<uint32_t>(width) >> 1;
-    if (pairs == 0) return;  // the unsigned counter would wrap; callers pass width >= 2
-    const uint8_t* row = Bytes(src);
-    ptrdiff_t index = 0;
-    int32_t error = 0;
-    auto take = [&]() {
-        const uint32_t pixel = Load16(row + 2 * index);
-        index += step;
-        error += remainder;
-        if (error >= width) {
-            error -= width;
-            ++index;
-        }
-        return pixel;
-    };
-    do {
-        const uint32_t first = take();
-        const uint32_t second = take();
-        Store32(dst, Pair565(first, second));
-        dst += 4;
-    } while (--pairs != 0);
+    if (width >= 2) Kernels().nearestRGB565(Bytes(src), dst, width & ~1, width, step, remainder);
 }
 
 // ---- fixed-ratio horizontal kernels ---------------------------------------------------------

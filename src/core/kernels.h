@@ -43,7 +43,8 @@ void HLerp32(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, uin
 void HLerpRot(const uint32_t* src, uint8_t* dst, int32_t step, int32_t width, int32_t pitch);
 
 // RGB565 to RGB565 without blending: a Bresenham walk with integer step q and remainder r over
-// a destination of width d (d >= 2), two pixels per 32-bit store.
+// a destination of width d (d >= 2, 0 <= r < d), pixel pairs only (the kernel table's
+// nearestRGB565).
 void HLerp_Nearest(const uint16_t* src, uint8_t* dst, int32_t width, int32_t step,
                    int32_t remainder);
 

@@ -1,7 +1,7 @@
 // Row kernels of the scaling YCbCr-to-RGB converters, over rows of interpolation words (pixel.h):
 // the vertical blend of two rows, the horizontal blends at a 16.16 source position into RGB565,
 // RGB888 and ARGB32, the fixed-ratio horizontal blends and the line doubling of the near-linear
-// upscaler. These are the scalar references; the vector variants (scale_rows_simd.cpp) give the
+// upscaler; and the nearest-neighbour walk over an RGB565 row. These are the scalar references; the vector variants (scale_rows_simd.cpp) give the
 // same bytes.
 #pragma once
 
@@ -29,6 +29,10 @@ using FixedRatioKernel = void (*)(const uint32_t* src, uint8_t* dst, int32_t gro
 // neighbour (the first word with itself), then the word. out may be in itself (in place), or
 // not overlap it at all.
 using DoubleKernel = void (*)(uint8_t* out, const uint8_t* in, int32_t count);
+// n >= 1 RGB565 pixels without blending: a Bresenham walk over denominator d with integer step q
+// and remainder r (q >= 0, 0 <= r < d < 2^30), so that pixel i is source pixel
+// i q + floor(i r / d). Only the pixels the walk lands on are read.
+using NearestKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t n, int32_t d, int32_t q, int32_t r);
 
 namespace scalerows {
 
@@ -127,6 +131,24 @@ inline void DoubleRange(uint8_t* out, const uint8_t* in, int32_t begin, int32_t 
 }
 inline void DoubleWords(uint8_t* out, const uint8_t* in, int32_t count) {
     if (count >= 1) DoubleRange(out, in, 0, count, Load32(in));
+}
+
+// Pixels begin .. end - 1 of the nearest walk, `index` and `error` its state at begin (the vector
+// variants finish rows with it).
+inline void NearestRange(const uint8_t* src, uint8_t* dst, int32_t begin, int32_t end, ptrdiff_t index,
+                         int32_t error, int32_t d, int32_t q, int32_t r) {
+    for (int32_t i = begin; i < end; ++i) {
+        Store16(dst + 2 * static_cast<ptrdiff_t>(i), Load16(src + 2 * index));
+        index += q;
+        error += r;
+        if (error >= d) {
+            error -= d;
+            ++index;
+        }
+    }
+}
+inline void Nearest(const uint8_t* src, uint8_t* dst, int32_t n, int32_t d, int32_t q, int32_t r) {
+    NearestRange(src, dst, 0, n, 0, 0, d, q, r);
 }
 
 }  // namespace scalerows

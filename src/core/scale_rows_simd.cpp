@@ -10,6 +10,12 @@
 // The fixed ratios' pixels reach fewer words than pixels too, and take their words the same way.
 // Reductions, sources shorter than a vector and the pixels after the last whole vector go
 // through the scalar references, so no vector touches a byte past the row or its source extent.
+//
+// The nearest walk keeps each lane's own walk state (source index and error), advanced a vector
+// of pixels at a time by the walk's step over that many pixels, and the first lane's apart in
+// scalars for the window start. With integer step q, N pixels
+// reach at most (q + 1) N consecutive source pixels: q + 1 windows of N pixels, each loaded,
+// widened and permuted, give every lane its pixel.
 
 #include "core/simd_targets.h"  // before foreach_target
 
@@ -224,6 +230,63 @@ void DoubleWords(uint8_t* out, const uint8_t* in, int32_t count) {
     scalerows::DoubleRange(out, in, i, count, last);
 }
 
+// Walks with q + 1 up to this many windows run as vectors; steeper ones go through the reference.
+constexpr int32_t kNearestWindows = 4;
+
+void Nearest(const uint8_t* src, uint8_t* dst, int32_t n, int32_t d, int32_t q, int32_t r) {
+    const DU32 d32;
+    const DI32 di;
+    const hn::Rebind<uint16_t, DU32> d16;
+    const uint16_t* const pixels = reinterpret_cast<const uint16_t*>(src);
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
+    const int32_t windows = q + 1;
+    const int64_t lastIndex = static_cast<int64_t>(n - 1) * q + static_cast<int64_t>(n - 1) * r / d;
+    const int64_t lastStart = lastIndex + 1 - static_cast<int64_t>(windows) * lanes;  // windows end at lastIndex
+    int32_t i = 0;
+    uint32_t first = 0;  // the first lane's walk, kept in scalars for the window start
+    int32_t firstError = 0;
+    // Vectors of four pixels take as long as the reference: those targets keep it.
+    if (lanes >= 8 && (lanes & (lanes - 1)) == 0 && q >= 0 && windows <= kNearestWindows && r >= 0 && r < d &&
+        d < (1 << 30) && lastIndex < (int64_t{1} << 31) && lastStart >= 0 && n >= lanes) {
+        HWY_ALIGN uint32_t laneIndex[hn::MaxLanes(DU32())], laneError[hn::MaxLanes(DU32())];
+        for (int32_t k = 0; k < lanes; ++k) {
+            const int64_t steps = static_cast<int64_t>(k) * r;
+            laneIndex[k] = static_cast<uint32_t>(static_cast<int64_t>(k) * q + steps / d);
+            laneError[k] = static_cast<uint32_t>(steps % d);
+        }
+        // The walk over a vector of pixels: step stepN, remainder remainderN.
+        const int64_t spanSteps = static_cast<int64_t>(lanes) * r;
+        const uint32_t stepN = static_cast<uint32_t>(static_cast<int64_t>(lanes) * q + spanSteps / d);
+        const int32_t remainderN = static_cast<int32_t>(spanSteps % d);
+        const VU32 vStep = hn::Set(d32, stepN), vRemainder = hn::Set(d32, static_cast<uint32_t>(remainderN));
+        const VU32 denominator = hn::Set(d32, static_cast<uint32_t>(d)), one = hn::Set(d32, 1u);
+        const VU32 laneMask = hn::Set(d32, static_cast<uint32_t>(lanes - 1));
+        VU32 index = hn::Load(d32, laneIndex), error = hn::Load(d32, laneError);
+        for (; i + lanes <= n; i += lanes) {
+            const uint32_t start = static_cast<uint32_t>(std::min<int64_t>(first, lastStart));
+            const VU32 rel = hn::Sub(index, hn::Set(d32, start));
+            const VU32 lane = hn::And(rel, laneMask);
+            const auto within = hn::IndicesFromVec(d32, lane);
+            VU32 px = hn::TableLookupLanes(hn::PromoteTo(d32, hn::LoadU(d16, pixels + start)), within);
+            for (int32_t w = 1; w < windows; ++w) {
+                const VU32 window = hn::PromoteTo(d32, hn::LoadU(d16, pixels + start + static_cast<uint32_t>(w * lanes)));
+                const auto inWindow = hn::RebindMask(d32, hn::Eq(hn::BitCast(di, hn::Sub(rel, lane)), hn::Set(di, w * lanes)));
+                px = hn::IfThenElse(inWindow, hn::TableLookupLanes(window, within), px);
+            }
+            hn::StoreU(hn::DemoteTo(d16, hn::BitCast(di, px)), d16, reinterpret_cast<uint16_t*>(dst) + i);
+            index = hn::Add(index, vStep);
+            error = hn::Add(error, vRemainder);
+            const auto carry = hn::RebindMask(d32, hn::Gt(hn::BitCast(di, error), hn::Set(di, d - 1)));
+            error = hn::IfThenElse(carry, hn::Sub(error, denominator), error);
+            index = hn::IfThenElse(carry, hn::Add(index, one), index);
+            first += stepN;
+            firstError += remainderN;
+            if (firstError >= d) firstError -= d, ++first;
+        }
+    }
+    scalerows::NearestRange(src, dst, i, n, first, firstError, d, q, r);
+}
+
 }  // namespace
 
 void FillScaleKernels(KernelTable* k) {
@@ -236,6 +299,7 @@ void FillScaleKernels(KernelTable* k) {
     k->hLerp23ARGB32 = &FixedRatio<scalerows::k23Of2, VecARGB32<0xF8>>;
     k->hLerp25ARGB32 = &FixedRatio<scalerows::k25Of2, VecARGB32<0xF8>>;
     k->doubleLine = &DoubleWords;
+    k->nearestRGB565 = &Nearest;
 }
 
 }  // namespace HWY_NAMESPACE

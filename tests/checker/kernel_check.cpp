@@ -5,8 +5,8 @@
 // gathered), alpha values and colour keys. The byte-moving, RGB-reading and scaler-tap kernels get
 // every size up to a few vectors (tile edges for the transposes), then random sizes, offsets,
 // pitches (negative too) and weights. The scalers' rows (blends of interpolation words, fixed
-// ratios, line doubling, in place too) get every size up to 130, then random sizes, offsets,
-// steps and weights, their sources between inaccessible pages. Seeded: a failure names its case
+// ratios, line doubling, in place too) and the nearest walk get every size up to 130, then random
+// sizes, offsets, steps and weights, their sources between inaccessible pages. Seeded: a failure names its case
 // and repeats.
 //
 //   qv_kernel_check            check (exit 1 on any difference)
@@ -389,12 +389,13 @@ private:
 // ratios (`in` words give `out` pixels). Doubling runs in place or into another buffer.
 struct ScaleEntry {
     const char* name;
-    qv::VLerpKernel KernelTable::*v;  // one of three
+    qv::VLerpKernel KernelTable::*v;  // one of five
     qv::HLerpKernel KernelTable::*h;
     qv::FixedRatioKernel KernelTable::*fixed;
     qv::DoubleKernel KernelTable::*doubled;
     int bytes;  // destination bytes per pixel
     int in, out;
+    qv::NearestKernel KernelTable::*nearest = nullptr;
 };
 const ScaleEntry kScaleEntries[] = {
     {"vLerp", &KernelTable::vLerp, nullptr, nullptr, nullptr, 4, 1, 1},
@@ -406,7 +407,21 @@ const ScaleEntry kScaleEntries[] = {
     {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, nullptr, 4, 2, 3},
     {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, nullptr, 4, 2, 5},
     {"doubleLine", nullptr, nullptr, nullptr, &KernelTable::doubleLine, 4, 1, 1},
+    {"nearestRGB565", nullptr, nullptr, nullptr, nullptr, 2, 1, 1, &KernelTable::nearestRGB565},
 };
+
+// A nearest walk for n pixels: denominator d >= n (the destination width, n its even part or all
+// of it), step q and remainder r of a source width over d: mostly an enlargement, else up to the
+// doubled width, up to q = 5, or one pixel exactly.
+void RandomWalk(int n, std::mt19937& rng, int32_t* d, int32_t* q, int32_t* r) {
+    *d = n + static_cast<int32_t>(rng() % 2);
+    const uint32_t kind = rng() % 8;
+    const int32_t source = kind < 4   ? 1 + static_cast<int32_t>(rng() % static_cast<uint32_t>(*d))
+                           : kind < 6 ? 1 + static_cast<int32_t>(rng() % static_cast<uint32_t>(2 * *d))
+                           : kind < 7 ? 1 + static_cast<int32_t>(rng() % static_cast<uint32_t>(6 * *d))
+                                      : *d;
+    *q = source / *d, *r = source % *d;
+}
 
 // A 16.16 step for n pixels: mostly the enlargement of a random source width to n, else any
 // step up to one word, one word exactly, or a reduction.
@@ -448,6 +463,14 @@ bool CheckScaleRow(const KernelTable& variant, const ScaleEntry& e, int n, int o
         (scalar.*e.fixed)(src.words(), ref.p(), n, arg);
         (variant.*e.fixed)(src.words(), got.p(), n, arg);
         std::snprintf(detail, sizeof detail, "arg %u", arg);
+    } else if (e.nearest) {
+        int32_t d, q, r;
+        RandomWalk(n, rng, &d, &q, &r);
+        const int64_t last = static_cast<int64_t>(n - 1) * q + static_cast<int64_t>(n - 1) * r / d;
+        const Fenced src(2 * static_cast<size_t>(last + 1), rng() & 1, rng);
+        (scalar.*e.nearest)(src.bytes(), ref.p(), n, d, q, r);
+        (variant.*e.nearest)(src.bytes(), got.p(), n, d, q, r);
+        std::snprintf(detail, sizeof detail, "d %d, q %d, r %d", d, q, r);
     } else if (e.v) {
         const Fenced a(4 * static_cast<size_t>(n), rng() & 1, rng), b(4 * static_cast<size_t>(n), rng() & 1, rng);
         const uint32_t weight = rng() % 4 ? rng() % 33 : rng();
@@ -484,8 +507,8 @@ void CheckScaleRows(const KernelTable& variant, std::mt19937& rng, int* passed, 
     }
 }
 
-// ns per pixel of the scalers' rows at 1920 pixels (an enlargement of 1280 for the horizontal;
-// fixed ratios: about 1920 pixels of full groups).
+// ns per pixel of the scalers' rows at 1920 pixels (an enlargement of 1280 for the horizontal
+// blends and the nearest walk; fixed ratios: about 1920 pixels of full groups).
 void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
     constexpr int kN = 1920;
     std::vector<uint32_t> a(kN + 1), b(kN + 1), out(kN);
@@ -500,6 +523,7 @@ void BenchScaleRows(const qv::VectorKernelSet* sets, int count) {
             if (e.v) (t.*e.v)(a.data(), b.data(), out.data(), 11, kN);
             else if (e.h) (t.*e.h)(a.data(), d, step, kN, 255);
             else if (e.doubled) (t.*e.doubled)(d, reinterpret_cast<const uint8_t*>(a.data()), kN / 2);
+            else if (e.nearest) (t.*e.nearest)(reinterpret_cast<const uint8_t*>(a.data()), d, kN, kN, 1280 / kN, 1280 % kN);
             else (t.*e.fixed)(a.data(), d, kN / e.out - 1, 255);
         }
         return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / reps / kN;

@@ -96,9 +96,13 @@ int32_t _QVYCbCr420ToRGB565Case2(const QvImgPrcContext* ctx, const LineBuffers* 
 // Seventeen passes of 14 source rows into 16 destination rows. Destination row j of a pass lies
 // at 7j / 8 source rows from the pass's first row and blends the two rows around it in eighths;
 // row 15 (position 13.125) is the pass's row 13 alone, so a pass never reads the next pass's
-// rows. Each pass walks its 7 row pairs; a row pair emits the destination rows whose lower
-// source row it holds, the row above it carried in a row buffer from the previous pair.
-// Horizontally every group of four words gives six pixels and ends on its own last word.
+// rows. Each pass converts its 7 row pairs; a row pair emits the destination rows whose lower
+// source row it holds, the row above it kept from the previous pair. Horizontally every group of
+// four words gives six pixels and ends on its own last word.
+//
+// A blend in eighths is the vertical blend at four times the weight: words never exceed
+// kInterpMask, so 32 x a word stays below 2^32 and the sum in 32nds is the sum in eighths times
+// four exactly.
 
 namespace {
 
@@ -121,41 +125,24 @@ constexpr Case3Row kCase3Rows[16] = {
 int32_t _QVYCbCr420ToRGB565Case3(const QvImgPrcContext* ctx, uint32_t* rowBuffer0,
                                  uint32_t* rowBuffer1, SrcPlanes sp, Strides ss, uint8_t* d0,
                                  int32_t s0) {
-    constexpr int32_t kPasses = 17, kPairs = 7, kGroups = 80;
-    const uint16_t* yt = ctx->yTable;
-    uint32_t* const rowBuffers[2] = {rowBuffer0, rowBuffer1};
+    constexpr int32_t kPasses = 17, kPairs = 7, kWidth = 320;
+    // Source row k of a pass lives in slot k % 3: a pair's two rows and the row above them.
+    alignas(64) uint32_t spare[kWidth], blended[kWidth];
+    uint32_t* const slots[3] = {rowBuffer0, rowBuffer1, spare};
     for (int32_t pass = 0; pass < kPasses; ++pass) {
         const Case3Row* emit = kCase3Rows;
         for (int32_t p = 0; p < kPairs; ++p) {
-            const int32_t pairRow = 2 * p;  // first source row of the pair within the pass
-            const uint8_t* top = Row(sp[0], 14 * pass + pairRow, ss[0]);
-            const uint8_t* bottom = top + ss[0];
-            const uint8_t* cb = Row(sp[1], 7 * pass + p, ss[1]);
-            const uint8_t* cr = Row(sp[2], 7 * pass + p, ss[2]);
-            const uint32_t* carriedIn = rowBuffers[(p + 1) & 1];
-            uint32_t* const carriedOut = rowBuffers[p & 1];
-            for (int32_t g = 0; g < kGroups; ++g) {
-                // words[0] = row pairRow - 1 (carried), words[1] = row pairRow, words[2] = below
-                uint32_t words[3][4];
-                for (int i = 0; i < 4; ++i) words[0][i] = p > 0 ? carriedIn[4 * g + i] : 0;
-                for (int h = 0; h < 2; ++h) {
-                    const ChromaTerms t = ChromaTermsOf(ctx, cb[2 * g + h], cr[2 * g + h]);
-                    for (int i = 0; i < 2; ++i) {
-                        words[1][2 * h + i] = InterpWord(yt[top[4 * g + 2 * h + i]], t);
-                        words[2][2 * h + i] = InterpWord(yt[bottom[4 * g + 2 * h + i]], t);
-                    }
+            const uint8_t* top = Row(sp[0], 14 * pass + 2 * p, ss[0]);
+            Convert(ctx, top, top + ss[0], Row(sp[1], 7 * pass + p, ss[1]), Row(sp[2], 7 * pass + p, ss[2]),
+                    slots[2 * p % 3], slots[(2 * p + 1) % 3], kWidth);
+            for (int e = 0; e < kCase3RowsPerPair[p]; ++e) {
+                const Case3Row& out = emit[e];
+                const uint32_t* line = slots[out.upper % 3];
+                if (out.eighths != 0) {
+                    VLerp(line, slots[(out.upper + 1) % 3], blended, 4 * static_cast<uint32_t>(out.eighths), kWidth);
+                    line = blended;
                 }
-                for (int e = 0; e < kCase3RowsPerPair[p]; ++e) {
-                    const Case3Row& out = emit[e];
-                    const uint32_t* upper = words[out.upper - pairRow + 1];
-                    const uint32_t* lower = out.eighths ? words[out.upper - pairRow + 2] : upper;
-                    const uint32_t f = static_cast<uint32_t>(out.eighths);
-                    uint32_t blended[4];
-                    for (int i = 0; i < 4; ++i)
-                        blended[i] = (((8 - f) * upper[i] + f * lower[i]) >> 3) & kInterpMask;
-                    Put23Group(blended, nullptr, Row(d0, 16 * pass + out.row, s0) + 12 * g);
-                }
-                for (int i = 0; i < 4; ++i) carriedOut[4 * g + i] = words[2][i];
+                HLerp_23Closed(line, Row(d0, 16 * pass + out.row, s0), kWidth);
             }
             emit += kCase3RowsPerPair[p];
         }

@@ -89,6 +89,7 @@ struct KernelTable {
     HLerpKernel hLerpARGB32 = &scalerows::HLerp<scalerows::ToARGB32>;
     FixedRatioKernel hLerp23RGB565 = &scalerows::FixedRatio<scalerows::k23Of4, scalerows::To565>;
     FixedRatioKernel hLerp25RGB565 = &scalerows::FixedRatio<scalerows::k25Of4, scalerows::To565>;
+    FixedRatioKernel hLerp23ClosedRGB565 = &scalerows::FixedRatio<scalerows::k23ClosedOf4, scalerows::To565>;
     FixedRatioKernel hLerp23ARGB32 = &scalerows::FixedRatio<scalerows::k23Of2, scalerows::ToARGB32High5>;
     FixedRatioKernel hLerp25ARGB32 = &scalerows::FixedRatio<scalerows::k25Of2, scalerows::ToARGB32High5>;
     DoubleKernel doubleLine = &scalerows::DoubleWords;

@@ -87,19 +87,6 @@ void HLerp_Nearest(const uint16_t* src, uint8_t* dst, int32_t width, int32_t ste
 
 // ---- fixed-ratio horizontal kernels ---------------------------------------------------------
 
-void Put23Group(const uint32_t* s, const uint32_t* next, uint8_t* dst) {
-    const uint32_t p0 = PackInterpRGB565(s[0], 0);
-    const uint32_t p1 = PackInterpRGB565(11 * s[0] + 21 * s[1], 5);
-    const uint32_t p2 = PackInterpRGB565(21 * s[1] + 11 * s[2], 5);
-    const uint32_t p3 = PackInterpRGB565(s[2], 0);
-    const uint32_t p4 = PackInterpRGB565(11 * s[2] + 21 * s[3], 5);
-    const uint32_t p5 = next ? PackInterpRGB565(21 * s[3] + 11 * *next, 5)
-                             : PackInterpRGB565(s[3], 0);
-    Store32(dst, Pair565(p0, p1));
-    Store32(dst + 4, Pair565(p2, p3));
-    Store32(dst + 8, Pair565(p4, p5));
-}
-
 // (n >> 2) - 1 full groups of four words, (n >> 1) - 1 full pairs: at least one.
 void HLerp_23(const uint32_t* src, uint8_t* dst, int32_t n) {
     Kernels().hLerp23RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
@@ -107,6 +94,10 @@ void HLerp_23(const uint32_t* src, uint8_t* dst, int32_t n) {
 
 void HLerp_25(const uint32_t* src, uint8_t* dst, int32_t n) {
     Kernels().hLerp25RGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
+}
+
+void HLerp_23Closed(const uint32_t* src, uint8_t* dst, int32_t n) {
+    Kernels().hLerp23ClosedRGB565(src, dst, (n >> 2) - 1 > 0 ? (n >> 2) - 1 : 1, 0);
 }
 
 void HLerp32_23(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha) {

@@ -58,10 +58,9 @@ void HLerp_25(const uint32_t* src, uint8_t* dst, int32_t n);
 void HLerp32_23(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha);
 void HLerp32_25(const uint32_t* src, uint8_t* dst, int32_t n, uint8_t alpha);
 
-// One 2:3 group of four words s[0..3] into six RGB565 pixels. The sixth blends s[3] with
-// `*next`, the following group's first word; with `next` null the group is closed and the
-// sixth pixel is s[3] itself (the tail group, and every group of the 320x240 to 480x272 path).
-void Put23Group(const uint32_t* s, const uint32_t* next, uint8_t* dst);
+// 2:3 over n source words, RGB565, every group of four words closed: its sixth pixel is its
+// last word itself (the 320x240 to 480x272 path); n >= 8, a multiple of 4.
+void HLerp_23Closed(const uint32_t* src, uint8_t* dst, int32_t n);
 
 // ---- line doubling --------------------------------------------------------------------------
 // count interpolation words of each input row become 2 x count RGB565 pixels: the mean of each

@@ -94,6 +94,8 @@ struct Ratio {
 // 13, 19 and the tenth s3 and the next word by 19, 13: both as the weight table has them.
 inline constexpr Ratio k23Of4 = {4, 6, {0, 0, 1, 2, 2, 3}, {0, 21, 11, 0, 21, 11}};
 inline constexpr Ratio k25Of4 = {4, 10, {0, 0, 0, 1, 1, 2, 2, 2, 3, 3}, {0, 12, 25, 6, 19, 0, 12, 25, 6, 13}};
+// 2:3 with every group closed, its sixth pixel its last word (the 320x240 to 480x272 path).
+inline constexpr Ratio k23ClosedOf4 = {4, 6, {0, 0, 1, 2, 2, 3}, {0, 21, 11, 0, 21, 0}};
 // The same weights in ARGB32 over pairs of words. The fifth pixel of 2:5 weighs s1 by 19 and
 // the next word by 13, the reverse of the RGB565 fifth pixel; both are kept as they are.
 inline constexpr Ratio k23Of2 = {2, 3, {0, 0, 1}, {0, 21, 11}};

@@ -296,6 +296,7 @@ void FillScaleKernels(KernelTable* k) {
     k->hLerpARGB32 = &HLerp<VecARGB32<0xFF>>;
     k->hLerp23RGB565 = &FixedRatio<scalerows::k23Of4, Vec565>;
     k->hLerp25RGB565 = &FixedRatio<scalerows::k25Of4, Vec565>;
+    k->hLerp23ClosedRGB565 = &FixedRatio<scalerows::k23ClosedOf4, Vec565>;
     k->hLerp23ARGB32 = &FixedRatio<scalerows::k23Of2, VecARGB32<0xF8>>;
     k->hLerp25ARGB32 = &FixedRatio<scalerows::k25Of2, VecARGB32<0xF8>>;
     k->doubleLine = &DoubleWords;

@@ -404,6 +404,7 @@ const ScaleEntry kScaleEntries[] = {
     {"hLerpARGB32", nullptr, &KernelTable::hLerpARGB32, nullptr, nullptr, 4, 1, 1},
     {"hLerp23RGB565", nullptr, nullptr, &KernelTable::hLerp23RGB565, nullptr, 2, 4, 6},
     {"hLerp25RGB565", nullptr, nullptr, &KernelTable::hLerp25RGB565, nullptr, 2, 4, 10},
+    {"hLerp23ClosedRGB565", nullptr, nullptr, &KernelTable::hLerp23ClosedRGB565, nullptr, 2, 4, 6},
     {"hLerp23ARGB32", nullptr, nullptr, &KernelTable::hLerp23ARGB32, nullptr, 4, 2, 3},
     {"hLerp25ARGB32", nullptr, nullptr, &KernelTable::hLerp25ARGB32, nullptr, 4, 2, 5},
     {"doubleLine", nullptr, nullptr, nullptr, &KernelTable::doubleLine, 4, 1, 1},

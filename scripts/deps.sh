@@ -7,7 +7,7 @@ packages=(cmake ninja-build g++ make pkg-config libgtest-dev googletest libbench
           libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base "$@")
 missing=()
 for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  grep -q "install ok installed" <<<"$(dpkg-query -W -f='${Status}' "$p" 2>/dev/null)" || missing+=("$p")
 done
 if [ ${#missing[@]} -gt 0 ]; then
   echo "Installing: ${missing[*]}"
@@ -16,7 +16,7 @@ if [ ${#missing[@]} -gt 0 ]; then
   for p in "${missing[@]}"; do
     case "$p" in
       *:*) arch="${p##*:}"
-           dpkg --print-foreign-architectures | grep -qx "$arch" || $SUDO dpkg --add-architecture "$arch" ;;
+           grep -qx "$arch" <<<"$(dpkg --print-foreign-architectures)" || $SUDO dpkg --add-architecture "$arch" ;;
     esac
   done
   # One index that fails to load must not stop the rest: the install below says what is missing.

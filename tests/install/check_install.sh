@@ -32,11 +32,13 @@ header=$(find "$prefix" -name qv_imageproc.h)
 [ -f "$libdir/cmake/QvImageProc/QvImageProcConfig.cmake" ] || fail "no QvImageProc package"
 echo "installed: $(basename "$real") (SONAME $soname), $header, $pc, $libdir/cmake/QvImageProc"
 
-uses_prefix() { ldd "$1" | grep -q "$libdir/libqv_imageproc.so.1" || fail "$1 does not load the installed library"; }
+# The whole output first: grep -q stops reading at the first match, and under pipefail the
+# writer's SIGPIPE would fail the check.
+uses_prefix() { grep -q "$libdir/libqv_imageproc.so.1" <<<"$(ldd "$1")" || fail "$1 does not load the installed library"; }
 
 # pkg-config: the library, and Highway as its private dependency.
 export PKG_CONFIG_PATH="$(dirname "$pc")"
-pkg-config --static --libs qv-imageproc | grep -q -- "-lhwy" || fail "qv-imageproc.pc names no Highway dependency"
+grep -q -- "-lhwy" <<<"$(pkg-config --static --libs qv-imageproc)" || fail "qv-imageproc.pc names no Highway dependency"
 # shellcheck disable=SC2086,SC2046
 run "$cc" $cflags "$source/examples/consumer/consumer.c" $(pkg-config --cflags --libs qv-imageproc) -o "$work/pc-consumer"
 LD_LIBRARY_PATH="$libdir" uses_prefix "$work/pc-consumer"

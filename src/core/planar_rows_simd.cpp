@@ -117,16 +117,6 @@ HWY_INLINE hn::Vec<D> ReverseBytes(D d, hn::Vec<D> v) {
     return hn::BitCast(d, hn::Reverse(d64, hn::BitCast(d64, hn::TableLookupBytes(v, idx))));
 }
 
-#if HWY_TARGET == HWY_AVX3_DL
-// With VBMI one byte permutation reverses the 64 bytes.
-HWY_INLINE hn::Vec512<uint8_t> ReverseBytes(hn::Full512<uint8_t>, hn::Vec512<uint8_t> v) {
-    const __m512i idx = _mm512_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
-                                        22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41,
-                                        42, 43, 44, 45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61,
-                                        62, 63);
-    return hn::Vec512<uint8_t>{_mm512_permutexvar_epi8(idx, v.raw)};
-}
-#endif
 
 // For SVE a function of its own: GCC 12 fails (an internal compiler error) when the loops of both
 // vector sizes are inlined into one SVE function.
@@ -146,8 +136,10 @@ bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     }
 }
 
+// At most 32 bytes a vector, as Split below: faster on whole frames than 64.
 void Reverse(const uint8_t* src, uint8_t* dst, int32_t n) {
-    if (!ReverseIn(DFull(), src, dst, n) && !ReverseIn(D128(), src, dst, n)) planar::Reverse(src, dst, n);
+    if (!ReverseIn(hn::CappedTag<uint8_t, 32>(), src, dst, n) && !ReverseIn(D128(), src, dst, n))
+        planar::Reverse(src, dst, n);
 }
 
 // Pixel pairs in vectors of d: `pack(d, y even, y odd, cb, cr, out)`.

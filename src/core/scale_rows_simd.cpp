@@ -29,7 +29,7 @@
 #include "core/kernel_table.h"
 #include "core/scale_rows.h"
 
-#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+#if HWY_TARGET != HWY_EMU128 && HWY_TARGET != HWY_SCALAR
 HWY_BEFORE_NAMESPACE();
 namespace qv {
 namespace HWY_NAMESPACE {
@@ -37,8 +37,8 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using DU32 = hn::ScalableTag<uint32_t>;
-using DI32 = hn::RebindToSigned<DU32>;
+using DI32 = hn::ScalableTag<int32_t>;
+using DU32 = hn::RebindToUnsigned<DI32>;
 using VU32 = hn::Vec<DU32>;
 
 // (32 - f) a + f b for 32-bit lanes, modulo 2^32.

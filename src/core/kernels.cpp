@@ -18,8 +18,6 @@ inline uint32_t BlendAt(const uint32_t* src, uint32_t pos) {
     return w * src[i + 1] + (32 - w) * src[i];
 }
 
-inline uint32_t Pair565(uint32_t first, uint32_t second) { return first | second << 16; }
-
 }  // namespace
 
 // ---- line conversion ------------------------------------------------------------------------

@@ -408,8 +408,8 @@ HWY_INLINE void LookupStep(const SplitTerms& split, const uint8_t* const y[2], c
 // 32-lane vector holds sample Sigma(k, j) of a 32-sample block: the even pixel of that sample's
 // pair in one vector, the odd one in another. A channel's 64 bytes then hold pixel
 // Rho(k, q) = 4k + (q & 3) + 16 (q >> 2) at byte q of lane k (even and odd pixel of a word side
-// by side), and unpacking bytes, then words, of two channel vectors gives pixels 0-15, 32-47,
-// 16-31 and 48-63 in turn.
+// by side). Unpacking the bytes of two channel vectors, then the words of two such results, gives
+// pixels 0-15 and 16-31 from the low byte unpacks and 32-47 and 48-63 from the high ones.
 constexpr int Sigma(int k, int j) { return 2 * k + (j & 1) + 8 * (j >> 1); }
 // Luma (and 4:4:4 chroma) bytes gathered so that byte j of lane k holds the even pixel of sample
 // Sigma(k, j) and byte 8 + j the odd one: the low and high unpacks of a table's low and high bytes

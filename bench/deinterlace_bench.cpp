@@ -25,20 +25,12 @@
 
 #include "core/kernel_table.h"
 #include "deinterlace/deinterlace.h"
+#include "interface.h"
 #include "qv_imageproc.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-const QvImageProcFunctions* Qv() {
-    static const QvImageProcFunctions* table = [] {
-        const QvImageProcFunctions* t = nullptr;
-        if (GetDllInterface(&IID_QV_IMAGEPROC_C, &t) != QV_S_OK) std::abort();
-        return t;
-    }();
-    return table;
-}
 
 struct Frame {
     int32_t w, h;

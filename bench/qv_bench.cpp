@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "core/kernel_table.h"  // qv::KernelSetName(): the bench links the static core
+#include "interface.h"
 #include "qv_imageproc.h"
 
 #ifdef QV_BENCH_LIBYUV
@@ -36,15 +37,6 @@ extern "C" {
 #endif
 
 namespace {
-
-const QvImageProcFunctions* Qv() {
-    static const QvImageProcFunctions* table = [] {
-        const QvImageProcFunctions* t = nullptr;
-        if (GetDllInterface(&IID_QV_IMAGEPROC_C, &t) != QV_S_OK) std::abort();
-        return t;
-    }();
-    return table;
-}
 
 // Plane geometry of one picture in a format: bytes per row and rows, per plane.
 struct Geometry {

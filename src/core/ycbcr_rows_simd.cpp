@@ -281,11 +281,15 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
 
 struct SplitTerms {
     const uint8_t* base;
+    // Four 64-byte permutes, each merged where bits 6 and 7 of the sample pick its quarter (cheaper
+    // than two-source permutes and a blend).
     HWY_INLINE __m512i Bytes(__m512i samples, __mmask64 top, int32_t table, int half) const {
         const uint8_t* t = base + table * 512 + half * 256;
-        const __m512i low = _mm512_permutex2var_epi8(_mm512_load_si512(t), samples, _mm512_load_si512(t + 64));
-        const __m512i high = _mm512_permutex2var_epi8(_mm512_load_si512(t + 128), samples, _mm512_load_si512(t + 192));
-        return _mm512_mask_blend_epi8(top, low, high);
+        const __mmask64 six = _mm512_movepi8_mask(_mm512_add_epi8(samples, samples));
+        __m512i r = _mm512_permutexvar_epi8(samples, _mm512_load_si512(t));
+        r = _mm512_mask_permutexvar_epi8(r, six, samples, _mm512_load_si512(t + 64));
+        r = _mm512_mask_permutexvar_epi8(r, top, samples, _mm512_load_si512(t + 128));
+        return _mm512_mask_permutexvar_epi8(r, six & top, samples, _mm512_load_si512(t + 192));
     }
     // The 16-bit values of `table` for the samples, laid out by `order`.
     HWY_INLINE void Lookup(__m512i samples, __mmask64 top, int32_t table, const __m512i order[2], V16 out[2]) const {

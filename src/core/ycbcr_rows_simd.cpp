@@ -512,10 +512,14 @@ HWY_INLINE void PairColumns(const SplitTerms& split, const uint8_t* const y[2], 
                             const SampleTerms& even, const SampleTerms& odd, const VecPack& pack) {
     constexpr int kBytes = VecPack::Ref::kBytes;
     constexpr bool kRed = (kFits & kRedFits) != 0, kGreen = (kFits & kGreenFits) != 0, kBlue = (kFits & kBlueFits) != 0;
+    // Both rows' luma first: the look-ups are long chains, and the rows' arithmetic fills their waits.
+    V16 es[kRows], os[kRows];  // luma of the even and odd pixels
     for (int row = 0; row < kRows; ++row) {
         const __m512i ys = _mm512_permutexvar_epi8(Load(kPairIndex), _mm512_loadu_si512(y[row] + column));
-        V16 e, o;  // luma of the even and odd pixels
-        PairLookup(split, ys, _mm512_movepi8_mask(ys), kTermLuma, e, o);
+        PairLookup(split, ys, _mm512_movepi8_mask(ys), kTermLuma, es[row], os[row]);
+    }
+    for (int row = 0; row < kRows; ++row) {
+        const V16 e = es[row], o = os[row];
         const __m512i r = PairBytes(ChannelOf<kRed>(e, even.redA, even.redB, even.red),
                                     ChannelOf<kRed>(o, odd.redA, odd.redB, odd.red));
         const __m512i g = PairBytes(ChannelOf<kGreen>(e, even.green, even.green, even.green2),

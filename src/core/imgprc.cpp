@@ -140,7 +140,7 @@ void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const
         terms[table * 512 + 256 + s] = static_cast<uint8_t>((value >> 8) & 0xFF);
     };
     const auto fits = [](int32_t v) { return v >= -32768 && v <= 32767; };
-    bool red = true, blue = true;
+    bool red = true, blue = true, doubled = true;
     int32_t cbLowMin = 32767, cbLowMax = -32768, crLowMin = 32767, crLowMax = -32768;
     for (int s = 0; s < 256; ++s) {
         const int32_t cbHigh = cbTable[s] >> 16, crHigh = crTable[s] >> 16;
@@ -150,7 +150,11 @@ void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const
         put(kTermBlueA, s, cbHigh);
         put(kTermCbLow, s, cbLow);
         put(kTermCrLow, s, crLow);
+        put(kTermRedWhole, s, 2 * crHigh + (crLow < 0 ? 1 : 0));
+        put(kTermCbLow2, s, 2 * cbLow);
+        put(kTermCrLow2, s, 2 * crLow);
         red = red && fits(2 * crHigh + (crLow < 0 ? 1 : 0));
+        doubled = doubled && fits(2 * cbLow) && fits(2 * crLow);
         blue = blue && fits(2 * cbHigh + (cbLow < 0 ? 1 : 0));
         cbLowMin = std::min(cbLowMin, cbLow);
         cbLowMax = std::max(cbLowMax, cbLow);
@@ -158,7 +162,8 @@ void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const
         crLowMax = std::max(crLowMax, crLow);
     }
     const bool green = fits(2 * (cbLowMin + crLowMin)) && fits(2 * (cbLowMax + crLowMax));
-    terms[kTermFitsOffset] = static_cast<uint8_t>((red ? kRedFits : 0) | (green ? kGreenFits : 0) | (blue ? kBlueFits : 0));
+    terms[kTermFitsOffset] = static_cast<uint8_t>((red ? kRedFits : 0) | (green ? kGreenFits : 0) | (blue ? kBlueFits : 0) |
+                                                  (red && green && doubled ? kWholeTerms : 0));
 }
 
 void BuildConversionTables(QvImgPrcContext* ctx, int32_t brightness, int32_t contrast, int32_t saturation) {

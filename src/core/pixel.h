@@ -81,8 +81,13 @@ bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const i
 // low halves, whose 16-bit sum is half the green term. Each of the five is 256 low bytes, then
 // 256 high bytes. A byte of TermFit flags follows: the terms that fit a signed 16-bit lane
 // whole, for every sample (for green, every pair of samples, the low halves' sum not wrapping).
-enum TermTable : int32_t { kTermLuma, kTermRedA, kTermBlueA, kTermCbLow, kTermCrLow, kTermTables };
-enum TermFit : uint8_t { kRedFits = 1, kGreenFits = 2, kBlueFits = 4 };
+// Where red and green fit, three more tables hold terms ready to add (kWholeTerms): the red term
+// whole, and the Cb and Cr low halves doubled (their sum is the green term; the sign of the Cb one
+// is the sign of the Cb low half, which the blue term's second half needs).
+enum TermTable : int32_t {
+    kTermLuma, kTermRedA, kTermBlueA, kTermCbLow, kTermCrLow, kTermRedWhole, kTermCbLow2, kTermCrLow2, kTermTables
+};
+enum TermFit : uint8_t { kRedFits = 1, kGreenFits = 2, kBlueFits = 4, kWholeTerms = 8 };
 constexpr int32_t kTermFitsOffset = kTermTables * 512;
 constexpr int32_t kTermTableBytes = kTermFitsOffset + 64;
 void SplitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const int32_t* crTable, uint8_t* terms);

@@ -3,7 +3,7 @@
 // Transposes work on strips of 16 rows: each 128-bit block of a row vector is one 16x16 tile, and
 // four rounds of byte interleaves (rows i and i + 8 each round) leave column k of every tile in
 // vector k. Reversed rows reverse the bytes of each 64-bit lane with a byte shuffle, then the
-// lanes. The last strip, column run or chunk of a row is moved back so that it ends at the edge:
+// lanes (with AVX-512 VBMI, one byte permute). The last strip, column run or chunk of a row is moved back so that it ends at the edge:
 // it rewrites bytes already written with the same values, and no vector touches a byte outside
 // the rows. Sizes below one 128-bit vector go through the scalar references.
 
@@ -132,15 +132,41 @@ HWY_INLINE
 bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
     if (n < lanes) return false;
-    for (int32_t i = 0;; i += lanes) {
-        if (i > n - lanes) i = n - lanes;
+    // The destination prefetched ahead, as in PackVbmi; whole steps, then the last one moved back.
+    const auto step = [&](int32_t i) {
+        hwy::Prefetch(dst + i + 256);
         hn::StoreU(ReverseBytes(d, hn::LoadU(d, src + (n - lanes - i))), d, dst + i);
-        if (i == n - lanes) return true;
-    }
+    };
+    for (int32_t i = 0; i < n - lanes; i += lanes) step(i);
+    step(n - lanes);
+    return true;
 }
 
-// At most 32 bytes a vector, as Split below: faster on whole frames than 64.
+#if HWY_TARGET == HWY_AVX3_DL
+// 64 bytes a step, reversed by one byte permute.
+HWY_INLINE bool ReverseVbmi(const uint8_t* src, uint8_t* dst, int32_t n) {
+    static constexpr auto kOrder = [] {
+        std::array<uint8_t, 64> order{};
+        for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(63 - k);
+        return order;
+    }();
+    if (n < 64) return false;
+    const __m512i order = _mm512_loadu_si512(kOrder.data());
+    const auto step = [&](int32_t i) {
+        hwy::Prefetch(dst + i + 256);
+        _mm512_storeu_si512(dst + i, _mm512_permutexvar_epi8(order, _mm512_loadu_si512(src + (n - 64 - i))));
+    };
+    for (int32_t i = 0; i < n - 64; i += 64) step(i);
+    step(n - 64);
+    return true;
+}
+#endif
+
+// Otherwise at most 32 bytes a vector, as Split below: faster on whole frames than 64.
 void Reverse(const uint8_t* src, uint8_t* dst, int32_t n) {
+#if HWY_TARGET == HWY_AVX3_DL
+    if (ReverseVbmi(src, dst, n)) return;
+#endif
     if (!ReverseIn(hn::CappedTag<uint8_t, 32>(), src, dst, n) && !ReverseIn(D128(), src, dst, n))
         planar::Reverse(src, dst, n);
 }

@@ -14,6 +14,8 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <array>
+
 #include "core/kernel_table.h"
 #include "core/rgb_rows.h"
 
@@ -163,8 +165,48 @@ HWY_INLINE void StoreValues(hn::Vec<DU32> sum, uint8_t* p) {
     hn::StoreU(hn::DemoteTo(DU8Q(), hn::BitCast(DI32(), hn::ShiftRight<8>(sum))), DU8Q(), p);
 }
 
+#if QV_VNNI
+// Byte 1 of each 32-bit lane of a vector (a sum's value) in bytes 0-15, repeated for each quarter:
+// a permute merged into quarter q of the result takes the values of 16 sums.
+constexpr std::array<uint8_t, 64> kByte1 = [] {
+    std::array<uint8_t, 64> order{};
+    for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(4 * (k & 15) + 1);
+    return order;
+}();
+
+// 64 pixels a step. Luma: the weights are the unsigned operand (129 does not fit a signed byte)
+// and the pixels, less 128 each, the signed one; 128 x (65 + 129 + 25) = 28032 more in the start
+// value undoes that. The value is byte 1 of each 32-bit sum: four byte permutes, three of them
+// merged under masks, gather the 64 values.
+template <bool kRedLow>
+HWY_INLINE bool LumaVnni(const uint8_t* src, uint8_t* y, int32_t n) {
+    if (n < 64) return false;
+    const __m512i weights = _mm512_set1_epi32(kRedLow ? 0x00198141 : 0x00418119);  // red 65, green 129, blue 25
+    const __m512i start = _mm512_set1_epi32(4224 + 28032);
+    const __m512i bias = _mm512_set1_epi32(static_cast<int32_t>(0x80808080u));
+    const __m512i order = _mm512_loadu_si512(kByte1.data());
+    const auto sum = [&](const uint8_t* p) {
+        return _mm512_dpbusd_epi32(start, weights, _mm512_xor_si512(_mm512_loadu_si512(p), bias));
+    };
+    const auto step = [&](int32_t i) {
+        const uint8_t* p = src + 4 * i;
+        __m512i v = _mm512_permutexvar_epi8(order, sum(p));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF0000ull, order, sum(p + 64));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF00000000ull, order, sum(p + 128));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF000000000000ull, order, sum(p + 192));
+        _mm512_storeu_si512(y + i, v);
+    };
+    for (int32_t i = 0; i < n - 64; i += 64) step(i);
+    step(n - 64);
+    return true;
+}
+#endif
+
 template <bool kRedLow>
 void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
+#if QV_VNNI
+    if (LumaVnni<kRedLow>(src, y, n)) return;
+#endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
@@ -174,8 +216,38 @@ void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
     if (!done) rgbrows::Luma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, y, n);
 }
 
+#if QV_VNNI
+// 32 pixel pairs a step: the corners (odd pixels) of 64 pixels in two vectors, their Cb and Cr
+// sums, and four byte permutes gathering 32 Cb values then 32 Cr values into one vector.
+template <bool kRedLow>
+HWY_INLINE bool ChromaVnni(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (n < 32) return false;
+    const Sums32 sums(kRedLow);
+    const __m512i start = _mm512_set1_epi32(32896);
+    const __m512i odd = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+    const __m512i order = _mm512_loadu_si512(kByte1.data());
+    const auto step = [&](int32_t i) {
+        const uint8_t* p = src + 8 * i;
+        const __m512i c0 = _mm512_permutex2var_epi32(_mm512_loadu_si512(p), odd, _mm512_loadu_si512(p + 64));
+        const __m512i c1 = _mm512_permutex2var_epi32(_mm512_loadu_si512(p + 128), odd, _mm512_loadu_si512(p + 192));
+        __m512i v = _mm512_permutexvar_epi8(order, _mm512_dpbusd_epi32(start, c0, sums.cb));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF0000ull, order, _mm512_dpbusd_epi32(start, c1, sums.cb));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF00000000ull, order, _mm512_dpbusd_epi32(start, c0, sums.cr));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF000000000000ull, order, _mm512_dpbusd_epi32(start, c1, sums.cr));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(cb + i), _mm512_castsi512_si256(v));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(cr + i), _mm512_extracti64x4_epi64(v, 1));
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+#endif
+
 template <bool kRedLow>
 void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+#if QV_VNNI
+    if (ChromaVnni<kRedLow>(src, cb, cr, n)) return;
+#endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));

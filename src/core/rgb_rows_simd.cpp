@@ -30,6 +30,12 @@ HWY_BEFORE_NAMESPACE();
 #else
 #define QV_VNNI 0
 #endif
+// AVX2 and AVX-512 without VNNI: 32-bit pixels weighed by byte pairs in 256-bit vectors.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || (HWY_TARGET == HWY_AVX3_DL && !QV_VNNI)
+#define QV_YMM_SUMS 1
+#else
+#define QV_YMM_SUMS 0
+#endif
 namespace qv {
 namespace HWY_NAMESPACE {
 namespace {
@@ -202,10 +208,89 @@ HWY_INLINE bool LumaVnni(const uint8_t* src, uint8_t* y, int32_t n) {
 }
 #endif
 
+
+#if QV_YMM_SUMS
+// 256-bit sums in 16-bit lanes (every sum and partial sum fits): vpmaddubsw weighs byte pairs,
+// vpmaddwd with ones adds the pairs of a pixel. Luma's weights are the unsigned operand (129 does
+// not fit a signed byte) and the pixels, less 128 each, the signed one; 128 x (65 + 129 + 25) =
+// 28032 more in the offset undoes that.
+struct Sums256 {
+    __m256i y, cb, cr;
+    explicit Sums256(bool redLow)
+        : y(_mm256_set1_epi32(redLow ? 0x00198141 : 0x00418119)),  // red 65, green 129, blue 25
+          cb(_mm256_set1_epi32(redLow ? 0x0070B6DA : 0x00DAB670)),  // red -38, green -74, blue 112
+          cr(_mm256_set1_epi32(redLow ? 0x00EEA270 : 0x0070A2EE)) {}  // red 112, green -94, blue -18
+    static __m256i Pixel(__m256i pairs) { return _mm256_madd_epi16(pairs, _mm256_set1_epi16(1)); }
+    __m256i Luma(__m256i v) const {
+        return Pixel(_mm256_maddubs_epi16(y, _mm256_xor_si256(v, _mm256_set1_epi8(-128))));
+    }
+    __m256i Cb(__m256i v) const { return Pixel(_mm256_maddubs_epi16(v, cb)); }
+    __m256i Cr(__m256i v) const { return Pixel(_mm256_maddubs_epi16(v, cr)); }
+};
+
+// The values of 32 sums (s0 .. s3, each holding 8 in order by 128-bit halves) plus an offset (the
+// rounding term and the value's offset, shifted left by 8) as 32 bytes in order.
+HWY_INLINE void StoreValues32(__m256i s0, __m256i s1, __m256i s2, __m256i s3, int16_t offset, uint8_t* p) {
+    const __m256i k = _mm256_set1_epi16(offset);
+    // The 16-bit sums wrap to the unsigned values they stand for.
+    const __m256i w0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_packs_epi32(s0, s1), k), 8);
+    const __m256i w1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_packs_epi32(s2, s3), k), 8);
+    // The packs interleave 4-byte groups by 128-bit halves.
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permutevar8x32_epi32(_mm256_packus_epi16(w0, w1), order));
+}
+
+template <bool kRedLow>
+HWY_INLINE bool Luma256(const uint8_t* src, uint8_t* y, int32_t n) {
+    if (n < 32) return false;
+    const Sums256 sums(kRedLow);
+    const auto step = [&](int32_t i) {
+        const auto sum = [&](int k) {
+            return sums.Luma(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + 4 * i + 32 * k)));
+        };
+        StoreValues32(sum(0), sum(1), sum(2), sum(3), static_cast<int16_t>(4224 + 28032), y + i);
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+
+// 32 pixel pairs a step. Pixels 0-3 and 8-11, 4-7 and 12-15 of each 16 are loaded as pairs of
+// halves, so that one shuffle of odd 32-bit lanes leaves the 8 corners in order by halves.
+template <bool kRedLow>
+HWY_INLINE bool Chroma256(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (n < 32) return false;
+    const Sums256 sums(kRedLow);
+    const auto step = [&](int32_t i) {
+        __m256i corners[4];
+        for (int k = 0; k < 4; ++k) {
+            const uint8_t* p = src + 8 * i + 64 * k;
+            const auto halves = [&](int a, int b) {
+                return _mm256_inserti128_si256(
+                    _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + a))),
+                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + b)), 1);
+            };
+            corners[k] = _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(halves(0, 32)),
+                                                               _mm256_castsi256_ps(halves(16, 48)), 0xDD));
+        }
+        StoreValues32(sums.Cb(corners[0]), sums.Cb(corners[1]), sums.Cb(corners[2]), sums.Cb(corners[3]),
+                      static_cast<int16_t>(32896), cb + i);
+        StoreValues32(sums.Cr(corners[0]), sums.Cr(corners[1]), sums.Cr(corners[2]), sums.Cr(corners[3]),
+                      static_cast<int16_t>(32896), cr + i);
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+#endif
+
 template <bool kRedLow>
 void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
 #if QV_VNNI
     if (LumaVnni<kRedLow>(src, y, n)) return;
+#endif
+#if QV_YMM_SUMS
+    if (Luma256<kRedLow>(src, y, n)) return;
 #endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
@@ -247,6 +332,9 @@ template <bool kRedLow>
 void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
 #if QV_VNNI
     if (ChromaVnni<kRedLow>(src, cb, cr, n)) return;
+#endif
+#if QV_YMM_SUMS
+    if (Chroma256<kRedLow>(src, cb, cr, n)) return;
 #endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
@@ -335,5 +423,6 @@ void FillRgbKernels(KernelTable* k) {
 }  // namespace HWY_NAMESPACE
 }  // namespace qv
 #undef QV_VNNI
+#undef QV_YMM_SUMS
 HWY_AFTER_NAMESPACE();
 #endif  // vector targets

@@ -233,9 +233,43 @@ HWY_INLINE bool PackVbmi(const uint8_t* y, const uint8_t* cb, const uint8_t* cr,
 }
 #endif
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+// 16 pixel pairs a step in 256-bit vectors: Cb and Cr interleaved (a quadword permute, then a byte
+// shuffle within halves), then unpacked with the luma; each half of the two results is 16 output
+// bytes in order, stored as it is. Prefetched and looped as PackVbmi: so, on whole frames, faster
+// than PackIn; without the prefetch it was slower.
+template <bool kUYVY>
+HWY_INLINE bool PackUnpack(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n) {
+    if (n < 16) return false;
+    const __m256i zip = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,
+                                         0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
+    const auto step = [&](int32_t i) {
+        uint8_t* o = out + 4 * i;
+        hwy::Prefetch(o + 256);
+        // Cb 0-15 | Cr 0-15, then Cb 0-7 Cr 0-7 | Cb 8-15 Cr 8-15, then the pairs interleaved.
+        __m256i c = _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cb + i)));
+        c = _mm256_inserti128_si256(c, _mm_loadu_si128(reinterpret_cast<const __m128i*>(cr + i)), 1);
+        const __m256i uv = _mm256_shuffle_epi8(_mm256_permute4x64_epi64(c, 0xD8), zip);
+        const __m256i vy = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + 2 * i));
+        // Output bytes 0-15 | 32-47 and 16-31 | 48-63.
+        const __m256i lo = kUYVY ? _mm256_unpacklo_epi8(uv, vy) : _mm256_unpacklo_epi8(vy, uv);
+        const __m256i hi = kUYVY ? _mm256_unpackhi_epi8(uv, vy) : _mm256_unpackhi_epi8(vy, uv);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm256_castsi256_si128(lo));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 16), _mm256_castsi256_si128(hi));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 32), _mm256_extracti128_si256(lo, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 48), _mm256_extracti128_si256(hi, 1));
+    };
+    for (int32_t i = 0; i < n - 16; i += 16) step(i);
+    step(n - 16);
+    return true;
+}
+#endif
+
 void PackYUY2(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
 #if HWY_TARGET == HWY_AVX3_DL
     if (PackVbmi<false>(y, cb, cr, d, n)) return;
+#elif HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    if (PackUnpack<false>(y, cb, cr, d, n)) return;
 #endif
     if (!PackIn(DFull(), y, cb, cr, d, n, YUY2()) && !PackIn(D128(), y, cb, cr, d, n, YUY2()))
         planar::PackYUY2(y, cb, cr, d, n);
@@ -243,6 +277,8 @@ void PackYUY2(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d
 void PackUYVY(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
 #if HWY_TARGET == HWY_AVX3_DL
     if (PackVbmi<true>(y, cb, cr, d, n)) return;
+#elif HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    if (PackUnpack<true>(y, cb, cr, d, n)) return;
 #endif
     if (!PackIn(DFull(), y, cb, cr, d, n, UYVY()) && !PackIn(D128(), y, cb, cr, d, n, UYVY()))
         planar::PackUYVY(y, cb, cr, d, n);

@@ -3,7 +3,7 @@
 // Transposes work on strips of 16 rows: each 128-bit block of a row vector is one 16x16 tile, and
 // four rounds of byte interleaves (rows i and i + 8 each round) leave column k of every tile in
 // vector k. Reversed rows reverse the bytes of each 64-bit lane with a byte shuffle, then the
-// lanes. The last strip, column run or chunk of a row is moved back so that it ends at the edge:
+// lanes (with AVX-512 VBMI, one byte permute). The last strip, column run or chunk of a row is moved back so that it ends at the edge:
 // it rewrites bytes already written with the same values, and no vector touches a byte outside
 // the rows. Sizes below one 128-bit vector go through the scalar references.
 
@@ -12,7 +12,10 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/planar_rows_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
+
+#include <array>
 
 #include "core/kernel_table.h"
 #include "core/planar_rows.h"
@@ -129,15 +132,41 @@ HWY_INLINE
 bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
     if (n < lanes) return false;
-    for (int32_t i = 0;; i += lanes) {
-        if (i > n - lanes) i = n - lanes;
+    // The destination prefetched ahead, as in PackVbmi; whole steps, then the last one moved back.
+    const auto step = [&](int32_t i) {
+        hwy::Prefetch(dst + i + 256);
         hn::StoreU(ReverseBytes(d, hn::LoadU(d, src + (n - lanes - i))), d, dst + i);
-        if (i == n - lanes) return true;
-    }
+    };
+    for (int32_t i = 0; i < n - lanes; i += lanes) step(i);
+    step(n - lanes);
+    return true;
 }
 
-// At most 32 bytes a vector, as Split below: faster on whole frames than 64.
+#if HWY_TARGET == HWY_AVX3_DL
+// 64 bytes a step, reversed by one byte permute.
+HWY_INLINE bool ReverseVbmi(const uint8_t* src, uint8_t* dst, int32_t n) {
+    static constexpr auto kOrder = [] {
+        std::array<uint8_t, 64> order{};
+        for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(63 - k);
+        return order;
+    }();
+    if (n < 64) return false;
+    const __m512i order = _mm512_loadu_si512(kOrder.data());
+    const auto step = [&](int32_t i) {
+        hwy::Prefetch(dst + i + 256);
+        _mm512_storeu_si512(dst + i, _mm512_permutexvar_epi8(order, _mm512_loadu_si512(src + (n - 64 - i))));
+    };
+    for (int32_t i = 0; i < n - 64; i += 64) step(i);
+    step(n - 64);
+    return true;
+}
+#endif
+
+// Otherwise at most 32 bytes a vector, as Split below: faster on whole frames than 64.
 void Reverse(const uint8_t* src, uint8_t* dst, int32_t n) {
+#if HWY_TARGET == HWY_AVX3_DL
+    if (ReverseVbmi(src, dst, n)) return;
+#endif
     if (!ReverseIn(hn::CappedTag<uint8_t, 32>(), src, dst, n) && !ReverseIn(D128(), src, dst, n))
         planar::Reverse(src, dst, n);
 }
@@ -170,11 +199,87 @@ struct UYVY {
     }
 };
 
+#if HWY_TARGET == HWY_AVX3_DL
+// 16 pixel pairs a step: 32 luma bytes, 16 Cb and 16 Cr loaded into the quarters of one vector
+// (loads only), then one byte permute gives the 64 output bytes. Each step prefetches the output
+// 256 bytes ahead: on whole frames, with the rows in L2, the stores otherwise wait for their lines
+// (a prefetch never faults, so it may look past the row). Whole steps, then the last one moved
+// back to end at the row's end: faster on whole frames than clamping the index inside the loop.
+// Rows under 16 pairs: false.
+template <bool kUYVY>
+HWY_INLINE bool PackVbmi(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n) {
+    // Output byte k of pair j = k / 4: luma 2j or 2j + 1 (bytes 0-31), Cb j (32-47), Cr j (48-63).
+    static constexpr auto kOrder = [] {
+        std::array<uint8_t, 64> order{};
+        for (int k = 0; k < 64; ++k) {
+            const int j = k >> 2, slot = (kUYVY ? k ^ 1 : k) & 3;  // 0-3: y0 cb y1 cr
+            order[static_cast<size_t>(k)] = static_cast<uint8_t>(slot == 0 ? 2 * j : slot == 2 ? 2 * j + 1
+                                                                 : slot == 1 ? 32 + j : 48 + j);
+        }
+        return order;
+    }();
+    if (n < 16) return false;
+    const __m512i order = _mm512_loadu_si512(kOrder.data());
+    const auto step = [&](int32_t i) {
+        hwy::Prefetch(out + 4 * i + 256);
+        __m512i v = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + 2 * i)));
+        v = _mm512_inserti32x4(v, _mm_loadu_si128(reinterpret_cast<const __m128i*>(cb + i)), 2);
+        v = _mm512_inserti32x4(v, _mm_loadu_si128(reinterpret_cast<const __m128i*>(cr + i)), 3);
+        _mm512_storeu_si512(out + 4 * i, _mm512_permutexvar_epi8(order, v));
+    };
+    for (int32_t i = 0; i < n - 16; i += 16) step(i);
+    step(n - 16);
+    return true;
+}
+#endif
+
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+// 16 pixel pairs a step in 256-bit vectors: Cb and Cr interleaved (a quadword permute, then a byte
+// shuffle within halves), then unpacked with the luma; each half of the two results is 16 output
+// bytes in order, stored as it is. Prefetched and looped as PackVbmi: so, on whole frames, faster
+// than PackIn; without the prefetch it was slower.
+template <bool kUYVY>
+HWY_INLINE bool PackUnpack(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n) {
+    if (n < 16) return false;
+    const __m256i zip = _mm256_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15,
+                                         0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
+    const auto step = [&](int32_t i) {
+        uint8_t* o = out + 4 * i;
+        hwy::Prefetch(o + 256);
+        // Cb 0-15 | Cr 0-15, then Cb 0-7 Cr 0-7 | Cb 8-15 Cr 8-15, then the pairs interleaved.
+        __m256i c = _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(cb + i)));
+        c = _mm256_inserti128_si256(c, _mm_loadu_si128(reinterpret_cast<const __m128i*>(cr + i)), 1);
+        const __m256i uv = _mm256_shuffle_epi8(_mm256_permute4x64_epi64(c, 0xD8), zip);
+        const __m256i vy = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + 2 * i));
+        // Output bytes 0-15 | 32-47 and 16-31 | 48-63.
+        const __m256i lo = kUYVY ? _mm256_unpacklo_epi8(uv, vy) : _mm256_unpacklo_epi8(vy, uv);
+        const __m256i hi = kUYVY ? _mm256_unpackhi_epi8(uv, vy) : _mm256_unpackhi_epi8(vy, uv);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm256_castsi256_si128(lo));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 16), _mm256_castsi256_si128(hi));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 32), _mm256_extracti128_si256(lo, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 48), _mm256_extracti128_si256(hi, 1));
+    };
+    for (int32_t i = 0; i < n - 16; i += 16) step(i);
+    step(n - 16);
+    return true;
+}
+#endif
+
 void PackYUY2(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+#if HWY_TARGET == HWY_AVX3_DL
+    if (PackVbmi<false>(y, cb, cr, d, n)) return;
+#elif HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    if (PackUnpack<false>(y, cb, cr, d, n)) return;
+#endif
     if (!PackIn(DFull(), y, cb, cr, d, n, YUY2()) && !PackIn(D128(), y, cb, cr, d, n, YUY2()))
         planar::PackYUY2(y, cb, cr, d, n);
 }
 void PackUYVY(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* d, int32_t n) {
+#if HWY_TARGET == HWY_AVX3_DL
+    if (PackVbmi<true>(y, cb, cr, d, n)) return;
+#elif HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    if (PackUnpack<true>(y, cb, cr, d, n)) return;
+#endif
     if (!PackIn(DFull(), y, cb, cr, d, n, UYVY()) && !PackIn(D128(), y, cb, cr, d, n, UYVY()))
         planar::PackUYVY(y, cb, cr, d, n);
 }

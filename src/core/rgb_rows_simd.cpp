@@ -14,6 +14,8 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <array>
+
 #include "core/kernel_table.h"
 #include "core/rgb_rows.h"
 
@@ -27,6 +29,12 @@ HWY_BEFORE_NAMESPACE();
 #pragma GCC target("avx512vnni")
 #else
 #define QV_VNNI 0
+#endif
+// AVX2 and AVX-512 without VNNI: 32-bit pixels weighed by byte pairs in 256-bit vectors.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || (HWY_TARGET == HWY_AVX3_DL && !QV_VNNI)
+#define QV_YMM_SUMS 1
+#else
+#define QV_YMM_SUMS 0
 #endif
 namespace qv {
 namespace HWY_NAMESPACE {
@@ -163,8 +171,127 @@ HWY_INLINE void StoreValues(hn::Vec<DU32> sum, uint8_t* p) {
     hn::StoreU(hn::DemoteTo(DU8Q(), hn::BitCast(DI32(), hn::ShiftRight<8>(sum))), DU8Q(), p);
 }
 
+#if QV_VNNI
+// Byte 1 of each 32-bit lane of a vector (a sum's value) in bytes 0-15, repeated for each quarter:
+// a permute merged into quarter q of the result takes the values of 16 sums.
+constexpr std::array<uint8_t, 64> kByte1 = [] {
+    std::array<uint8_t, 64> order{};
+    for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(4 * (k & 15) + 1);
+    return order;
+}();
+
+// 64 pixels a step. Luma: the weights are the unsigned operand (129 does not fit a signed byte)
+// and the pixels, less 128 each, the signed one; 128 x (65 + 129 + 25) = 28032 more in the start
+// value undoes that. The value is byte 1 of each 32-bit sum: four byte permutes, three of them
+// merged under masks, gather the 64 values.
+template <bool kRedLow>
+HWY_INLINE bool LumaVnni(const uint8_t* src, uint8_t* y, int32_t n) {
+    if (n < 64) return false;
+    const __m512i weights = _mm512_set1_epi32(kRedLow ? 0x00198141 : 0x00418119);  // red 65, green 129, blue 25
+    const __m512i start = _mm512_set1_epi32(4224 + 28032);
+    const __m512i bias = _mm512_set1_epi32(static_cast<int32_t>(0x80808080u));
+    const __m512i order = _mm512_loadu_si512(kByte1.data());
+    const auto sum = [&](const uint8_t* p) {
+        return _mm512_dpbusd_epi32(start, weights, _mm512_xor_si512(_mm512_loadu_si512(p), bias));
+    };
+    const auto step = [&](int32_t i) {
+        const uint8_t* p = src + 4 * i;
+        __m512i v = _mm512_permutexvar_epi8(order, sum(p));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF0000ull, order, sum(p + 64));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF00000000ull, order, sum(p + 128));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF000000000000ull, order, sum(p + 192));
+        _mm512_storeu_si512(y + i, v);
+    };
+    for (int32_t i = 0; i < n - 64; i += 64) step(i);
+    step(n - 64);
+    return true;
+}
+#endif
+
+
+#if QV_YMM_SUMS
+// 256-bit sums in 16-bit lanes (every sum and partial sum fits): vpmaddubsw weighs byte pairs,
+// vpmaddwd with ones adds the pairs of a pixel. Luma's weights are the unsigned operand (129 does
+// not fit a signed byte) and the pixels, less 128 each, the signed one; 128 x (65 + 129 + 25) =
+// 28032 more in the offset undoes that.
+struct Sums256 {
+    __m256i y, cb, cr;
+    explicit Sums256(bool redLow)
+        : y(_mm256_set1_epi32(redLow ? 0x00198141 : 0x00418119)),  // red 65, green 129, blue 25
+          cb(_mm256_set1_epi32(redLow ? 0x0070B6DA : 0x00DAB670)),  // red -38, green -74, blue 112
+          cr(_mm256_set1_epi32(redLow ? 0x00EEA270 : 0x0070A2EE)) {}  // red 112, green -94, blue -18
+    static __m256i Pixel(__m256i pairs) { return _mm256_madd_epi16(pairs, _mm256_set1_epi16(1)); }
+    __m256i Luma(__m256i v) const {
+        return Pixel(_mm256_maddubs_epi16(y, _mm256_xor_si256(v, _mm256_set1_epi8(-128))));
+    }
+    __m256i Cb(__m256i v) const { return Pixel(_mm256_maddubs_epi16(v, cb)); }
+    __m256i Cr(__m256i v) const { return Pixel(_mm256_maddubs_epi16(v, cr)); }
+};
+
+// The values of 32 sums (s0 .. s3, each holding 8 in order by 128-bit halves) plus an offset (the
+// rounding term and the value's offset, shifted left by 8) as 32 bytes in order.
+HWY_INLINE void StoreValues32(__m256i s0, __m256i s1, __m256i s2, __m256i s3, int16_t offset, uint8_t* p) {
+    const __m256i k = _mm256_set1_epi16(offset);
+    // The 16-bit sums wrap to the unsigned values they stand for.
+    const __m256i w0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_packs_epi32(s0, s1), k), 8);
+    const __m256i w1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_packs_epi32(s2, s3), k), 8);
+    // The packs interleave 4-byte groups by 128-bit halves.
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permutevar8x32_epi32(_mm256_packus_epi16(w0, w1), order));
+}
+
+template <bool kRedLow>
+HWY_INLINE bool Luma256(const uint8_t* src, uint8_t* y, int32_t n) {
+    if (n < 32) return false;
+    const Sums256 sums(kRedLow);
+    const auto step = [&](int32_t i) {
+        const auto sum = [&](int k) {
+            return sums.Luma(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + 4 * i + 32 * k)));
+        };
+        StoreValues32(sum(0), sum(1), sum(2), sum(3), static_cast<int16_t>(4224 + 28032), y + i);
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+
+// 32 pixel pairs a step. Pixels 0-3 and 8-11, 4-7 and 12-15 of each 16 are loaded as pairs of
+// halves, so that one shuffle of odd 32-bit lanes leaves the 8 corners in order by halves.
+template <bool kRedLow>
+HWY_INLINE bool Chroma256(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (n < 32) return false;
+    const Sums256 sums(kRedLow);
+    const auto step = [&](int32_t i) {
+        __m256i corners[4];
+        for (int k = 0; k < 4; ++k) {
+            const uint8_t* p = src + 8 * i + 64 * k;
+            const auto halves = [&](int a, int b) {
+                return _mm256_inserti128_si256(
+                    _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + a))),
+                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + b)), 1);
+            };
+            corners[k] = _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(halves(0, 32)),
+                                                               _mm256_castsi256_ps(halves(16, 48)), 0xDD));
+        }
+        StoreValues32(sums.Cb(corners[0]), sums.Cb(corners[1]), sums.Cb(corners[2]), sums.Cb(corners[3]),
+                      static_cast<int16_t>(32896), cb + i);
+        StoreValues32(sums.Cr(corners[0]), sums.Cr(corners[1]), sums.Cr(corners[2]), sums.Cr(corners[3]),
+                      static_cast<int16_t>(32896), cr + i);
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+#endif
+
 template <bool kRedLow>
 void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
+#if QV_VNNI
+    if (LumaVnni<kRedLow>(src, y, n)) return;
+#endif
+#if QV_YMM_SUMS
+    if (Luma256<kRedLow>(src, y, n)) return;
+#endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
@@ -174,8 +301,41 @@ void Luma32(const uint8_t* src, uint8_t* y, int32_t n) {
     if (!done) rgbrows::Luma<rgbrows::From32<kRedLow ? 0 : 16, kRedLow ? 16 : 0>>(src, y, n);
 }
 
+#if QV_VNNI
+// 32 pixel pairs a step: the corners (odd pixels) of 64 pixels in two vectors, their Cb and Cr
+// sums, and four byte permutes gathering 32 Cb values then 32 Cr values into one vector.
+template <bool kRedLow>
+HWY_INLINE bool ChromaVnni(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+    if (n < 32) return false;
+    const Sums32 sums(kRedLow);
+    const __m512i start = _mm512_set1_epi32(32896);
+    const __m512i odd = _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+    const __m512i order = _mm512_loadu_si512(kByte1.data());
+    const auto step = [&](int32_t i) {
+        const uint8_t* p = src + 8 * i;
+        const __m512i c0 = _mm512_permutex2var_epi32(_mm512_loadu_si512(p), odd, _mm512_loadu_si512(p + 64));
+        const __m512i c1 = _mm512_permutex2var_epi32(_mm512_loadu_si512(p + 128), odd, _mm512_loadu_si512(p + 192));
+        __m512i v = _mm512_permutexvar_epi8(order, _mm512_dpbusd_epi32(start, c0, sums.cb));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF0000ull, order, _mm512_dpbusd_epi32(start, c1, sums.cb));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF00000000ull, order, _mm512_dpbusd_epi32(start, c0, sums.cr));
+        v = _mm512_mask_permutexvar_epi8(v, 0xFFFF000000000000ull, order, _mm512_dpbusd_epi32(start, c1, sums.cr));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(cb + i), _mm512_castsi512_si256(v));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(cr + i), _mm512_extracti64x4_epi64(v, 1));
+    };
+    for (int32_t i = 0; i < n - 32; i += 32) step(i);
+    step(n - 32);
+    return true;
+}
+#endif
+
 template <bool kRedLow>
 void Chroma32(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t n) {
+#if QV_VNNI
+    if (ChromaVnni<kRedLow>(src, cb, cr, n)) return;
+#endif
+#if QV_YMM_SUMS
+    if (Chroma256<kRedLow>(src, cb, cr, n)) return;
+#endif
     const DU32 d32;
     const Sums32 sums(kRedLow);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d32));
@@ -263,5 +423,6 @@ void FillRgbKernels(KernelTable* k) {
 }  // namespace HWY_NAMESPACE
 }  // namespace qv
 #undef QV_VNNI
+#undef QV_YMM_SUMS
 HWY_AFTER_NAMESPACE();
 #endif  // vector targets

@@ -3,9 +3,9 @@
 // Transposes work on strips of 16 rows: each 128-bit block of a row vector is one 16x16 tile, and
 // four rounds of byte interleaves (rows i and i + 8 each round) leave column k of every tile in
 // vector k. Reversed rows reverse the bytes of each 64-bit lane with a byte shuffle, then the
-// lanes (with AVX-512 VBMI, one byte permute). The last strip, column run or chunk of a row is moved back so that it ends at the edge:
-// it rewrites bytes already written with the same values, and no vector touches a byte outside
-// the rows. Sizes below one 128-bit vector go through the scalar references.
+// lanes (with AVX-512 VBMI, one byte permute). The last strip, column run or chunk of a row is
+// moved back so that it ends at the edge: it rewrites bytes already written with the same values,
+// and no vector touches a byte outside the rows. Sizes below one 128-bit vector go through the scalar references.
 
 #include "core/simd_targets.h"  // before foreach_target
 
@@ -27,6 +27,15 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+// Whole steps of `width` from 0, then the last one moved back to end at n: it rewrites bytes
+// already written, with the same values (faster on whole frames than clamping the index in the
+// loop). n >= width.
+template <class Step>
+HWY_INLINE void EachStep(int32_t n, int32_t width, const Step& step) {
+    for (int32_t i = 0; i < n - width; i += width) step(i);
+    step(n - width);
+}
 
 using DFull = hn::ScalableTag<uint8_t>;
 using D128 = hn::Full128<uint8_t>;
@@ -132,13 +141,12 @@ HWY_INLINE
 bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(d));
     if (n < lanes) return false;
-    // The destination prefetched ahead, as in PackVbmi; whole steps, then the last one moved back.
+    // The destination prefetched ahead, as in PackVbmi.
     const auto step = [&](int32_t i) {
         hwy::Prefetch(dst + i + 256);
         hn::StoreU(ReverseBytes(d, hn::LoadU(d, src + (n - lanes - i))), d, dst + i);
     };
-    for (int32_t i = 0; i < n - lanes; i += lanes) step(i);
-    step(n - lanes);
+    EachStep(n, lanes, step);
     return true;
 }
 
@@ -156,8 +164,7 @@ HWY_INLINE bool ReverseVbmi(const uint8_t* src, uint8_t* dst, int32_t n) {
         hwy::Prefetch(dst + i + 256);
         _mm512_storeu_si512(dst + i, _mm512_permutexvar_epi8(order, _mm512_loadu_si512(src + (n - 64 - i))));
     };
-    for (int32_t i = 0; i < n - 64; i += 64) step(i);
-    step(n - 64);
+    EachStep(n, 64, step);
     return true;
 }
 #endif
@@ -203,9 +210,7 @@ struct UYVY {
 // 16 pixel pairs a step: 32 luma bytes, 16 Cb and 16 Cr loaded into the quarters of one vector
 // (loads only), then one byte permute gives the 64 output bytes. Each step prefetches the output
 // 256 bytes ahead: on whole frames, with the rows in L2, the stores otherwise wait for their lines
-// (a prefetch never faults, so it may look past the row). Whole steps, then the last one moved
-// back to end at the row's end: faster on whole frames than clamping the index inside the loop.
-// Rows under 16 pairs: false.
+// (a prefetch never faults, so it may look past the row). Rows under 16 pairs: false.
 template <bool kUYVY>
 HWY_INLINE bool PackVbmi(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n) {
     // Output byte k of pair j = k / 4: luma 2j or 2j + 1 (bytes 0-31), Cb j (32-47), Cr j (48-63).
@@ -227,8 +232,7 @@ HWY_INLINE bool PackVbmi(const uint8_t* y, const uint8_t* cb, const uint8_t* cr,
         v = _mm512_inserti32x4(v, _mm_loadu_si128(reinterpret_cast<const __m128i*>(cr + i)), 3);
         _mm512_storeu_si512(out + 4 * i, _mm512_permutexvar_epi8(order, v));
     };
-    for (int32_t i = 0; i < n - 16; i += 16) step(i);
-    step(n - 16);
+    EachStep(n, 16, step);
     return true;
 }
 #endif
@@ -259,8 +263,7 @@ HWY_INLINE bool PackUnpack(const uint8_t* y, const uint8_t* cb, const uint8_t* c
         _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 32), _mm256_extracti128_si256(lo, 1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 48), _mm256_extracti128_si256(hi, 1));
     };
-    for (int32_t i = 0; i < n - 16; i += 16) step(i);
-    step(n - 16);
+    EachStep(n, 16, step);
     return true;
 }
 #endif

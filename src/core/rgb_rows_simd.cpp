@@ -42,6 +42,15 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Whole steps of `width` from 0, then the last one moved back to end at n: it rewrites bytes
+// already written, with the same values (faster on whole frames than clamping the index in the
+// loop). n >= width.
+template <class Step>
+HWY_INLINE void EachStep(int32_t n, int32_t width, const Step& step) {
+    for (int32_t i = 0; i < n - width; i += width) step(i);
+    step(n - width);
+}
+
 using DU32 = hn::ScalableTag<uint32_t>;
 using DI32 = hn::RebindToSigned<DU32>;
 using DU16 = hn::Repartition<uint16_t, DU32>;
@@ -202,8 +211,7 @@ HWY_INLINE bool LumaVnni(const uint8_t* src, uint8_t* y, int32_t n) {
         v = _mm512_mask_permutexvar_epi8(v, 0xFFFF000000000000ull, order, sum(p + 192));
         _mm512_storeu_si512(y + i, v);
     };
-    for (int32_t i = 0; i < n - 64; i += 64) step(i);
-    step(n - 64);
+    EachStep(n, 64, step);
     return true;
 }
 #endif
@@ -250,8 +258,7 @@ HWY_INLINE bool Luma256(const uint8_t* src, uint8_t* y, int32_t n) {
         };
         StoreValues32(sum(0), sum(1), sum(2), sum(3), static_cast<int16_t>(4224 + 28032), y + i);
     };
-    for (int32_t i = 0; i < n - 32; i += 32) step(i);
-    step(n - 32);
+    EachStep(n, 32, step);
     return true;
 }
 
@@ -278,8 +285,7 @@ HWY_INLINE bool Chroma256(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t 
         StoreValues32(sums.Cr(corners[0]), sums.Cr(corners[1]), sums.Cr(corners[2]), sums.Cr(corners[3]),
                       static_cast<int16_t>(32896), cr + i);
     };
-    for (int32_t i = 0; i < n - 32; i += 32) step(i);
-    step(n - 32);
+    EachStep(n, 32, step);
     return true;
 }
 #endif
@@ -322,8 +328,7 @@ HWY_INLINE bool ChromaVnni(const uint8_t* src, uint8_t* cb, uint8_t* cr, int32_t
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(cb + i), _mm512_castsi512_si256(v));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(cr + i), _mm512_extracti64x4_epi64(v, 1));
     };
-    for (int32_t i = 0; i < n - 32; i += 32) step(i);
-    step(n - 32);
+    EachStep(n, 32, step);
     return true;
 }
 #endif

@@ -274,8 +274,8 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
 
 #if HWY_TARGET == HWY_AVX3_DL
 // ---- table look-ups with byte permutes (AVX-512 VBMI) ---------------------------------------
-// A 256-entry byte table is four registers; 64 samples are looked up with two two-register
-// permutes (the low seven bits of each sample) and a blend on the sample's top bit. A 16-bit
+// A 256-entry byte table is four registers; 64 samples are looked up with four one-register
+// permutes (the low six bits of each sample), merged by bits 6 and 7 (Bytes below). A 16-bit
 // term is a table of low bytes and one of high bytes; a third permute lays the pairs out as
 // 16-bit lanes in pixel order, duplicated per pixel pair for shared chroma.
 

@@ -17,6 +17,7 @@
 #include <array>
 
 #include "core/kernel_table.h"
+#include "core/vector_steps-inl.h"
 #include "core/rgb_rows.h"
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
@@ -41,15 +42,6 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-// Whole steps of `width` from 0, then the last one moved back to end at n: it rewrites bytes
-// already written, with the same values (faster on whole frames than clamping the index in the
-// loop). n >= width.
-template <class Step>
-HWY_INLINE void EachStep(int32_t n, int32_t width, const Step& step) {
-    for (int32_t i = 0; i < n - width; i += width) step(i);
-    step(n - width);
-}
 
 using DU32 = hn::ScalableTag<uint32_t>;
 using DI32 = hn::RebindToSigned<DU32>;

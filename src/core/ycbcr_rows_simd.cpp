@@ -24,6 +24,7 @@
 #include <type_traits>
 
 #include "core/kernel_table.h"
+#include "core/vector_steps-inl.h"
 #include "core/ycbcr_rows.h"
 
 // The one-lane fallback targets get nothing: the scalar references serve there.
@@ -228,8 +229,22 @@ struct VecInterp {
 
 // ---- the row loop ---------------------------------------------------------------------------
 
-// Converts whole vectors of N16 pixels of kRows luma rows; returns the pixels done. Chroma is
-// one sample per pixel pair (kChromaShift 1) or per pixel (0).
+// The pixels a row's steps of `width` cover: the row, less an odd last pixel where chroma is shared
+// by pairs (the steps start at even pixels), through steps from 0 and the last moved back; none
+// for a row shorter than a step.
+template <int kChromaShift, class Step>
+HWY_INLINE int32_t WholeSteps(int32_t pixels, int32_t width, const Step& step) {
+    const int32_t n = kChromaShift == 1 ? pixels & ~1 : pixels;
+    if (n < width) return 0;
+    int32_t x = 0;
+    for (; x + width <= n; x += width) step(x);
+    if (x < n) step(n - width);
+    return n;
+}
+
+// Converts kRows luma rows in vectors of N16 pixels, the last moved back to end at the row's end;
+// returns the pixels done (all but an odd last one of shared chroma, or none of a row shorter
+// than a vector). Chroma is one sample per pixel pair (kChromaShift 1) or per pixel (0).
 template <class VecPack, int kRows, int kChromaShift, class Entries>
 HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr, uint8_t* const d[2],
                               int32_t width, const Entries& entries, const VecPack& pack) {
@@ -237,8 +252,7 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
     const DI32 d32;
     const int32_t n = static_cast<int32_t>(hn::Lanes(d16));
     constexpr int kBytes = VecPack::Ref::kBytes;
-    int32_t x = 0;
-    for (; x + n <= width; x += n) {
+    const auto step = [&](int32_t x) __attribute__((always_inline)) {
         V16 redA, redB, green, blueA, blueB, cbs, crs;
         if constexpr (kChromaShift == 1) {
             const V32 b = hn::PromoteTo(d32, hn::LoadU(DU8Q(), cb + (x >> 1)));
@@ -268,8 +282,8 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
             pack.Store(Channel(luma, redA, redB), Channel(luma, green, green), Channel(luma, blueA, blueB),
                        hn::BitCast(d16, s), cbs, crs, d[row] + x * kBytes);
         }
-    }
-    return x;
+    };
+    return WholeSteps<kChromaShift>(width, n, step);
 }
 
 #if HWY_TARGET == HWY_AVX3_DL
@@ -611,14 +625,16 @@ HWY_INLINE int32_t LookupPart(const uint8_t* const y[2], const uint8_t* cb, cons
     if constexpr (std::is_same_v<Ref, rows::PackARGB32> || std::is_same_v<Ref, rows::PackRGB888>) {
         // Whole terms from their own tables for red and green (near-neutral saturation) or all
         // three (low saturation); else each as two halves.
-        const auto steps = [&](auto fits) {
+        const auto steps = [&](auto fits) __attribute__((always_inline)) {
             constexpr int kFits = decltype(fits)::value;
             const VecPack packer = pack;  // a local copy: stores into the rows cannot change it
             if constexpr (kChromaShift == 1) {
-                for (; x + 128 <= width; x += 128) SharedPairStep<VecPack, kRows, kFits, 2>(split, y, cb, cr, d, x, packer);
-                for (; x + 64 <= width; x += 64) SharedPairStep<VecPack, kRows, kFits, 1>(split, y, cb, cr, d, x, packer);
+                const auto pairs = [&](int32_t at) __attribute__((always_inline)) { SharedPairStep<VecPack, kRows, kFits, 2>(split, y, cb, cr, d, at, packer); };
+                const auto pair = [&](int32_t at) __attribute__((always_inline)) { SharedPairStep<VecPack, kRows, kFits, 1>(split, y, cb, cr, d, at, packer); };
+                x = width >= 128 ? WholeSteps<1>(width, 128, pairs) : WholeSteps<1>(width, 64, pair);
             } else {
-                for (; x + 64 <= width; x += 64) OwnPairStep<VecPack, kRows, kFits>(split, y, cb, cr, d, x, packer);
+                const auto own = [&](int32_t at) __attribute__((always_inline)) { OwnPairStep<VecPack, kRows, kFits>(split, y, cb, cr, d, at, packer); };
+                x = WholeSteps<0>(width, 64, own);
             }
         };
         const int fits = terms[kTermFitsOffset];
@@ -632,11 +648,12 @@ HWY_INLINE int32_t LookupPart(const uint8_t* const y[2], const uint8_t* cb, cons
         }
         return x;
     }
+    const auto one = [&](int32_t at) __attribute__((always_inline)) { LookupStep<VecPack, kRows, kChromaShift, 1>(split, y, cb, cr, d, at, pack); };
     if constexpr (kChromaShift == 1) {
-        for (; x + 128 <= width; x += 128) LookupStep<VecPack, kRows, 1, 2>(split, y, cb, cr, d, x, pack);
+        const auto two = [&](int32_t at) __attribute__((always_inline)) { LookupStep<VecPack, kRows, 1, 2>(split, y, cb, cr, d, at, pack); };
+        if (width >= 128) return WholeSteps<1>(width, 128, two);
     }
-    for (; x + 64 <= width; x += 64) LookupStep<VecPack, kRows, kChromaShift, 1>(split, y, cb, cr, d, x, pack);
-    return x;
+    return WholeSteps<kChromaShift>(width, 64, one);
 }
 #endif  // HWY_AVX3_DL
 

@@ -1,0 +1,33 @@
+// The loop every vector row kernel runs: whole steps from 0, then the last one moved back to end
+// at the row's end. Included by each vector-kernel source inside its per-target compilation.
+
+// Per-target include guard, the Highway way: toggled for each target foreach_target compiles.
+#if defined(QV_CORE_VECTOR_STEPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef QV_CORE_VECTOR_STEPS_INL_H_
+#undef QV_CORE_VECTOR_STEPS_INL_H_
+#else
+#define QV_CORE_VECTOR_STEPS_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace qv {
+namespace HWY_NAMESPACE {
+
+// Whole steps of `width` from 0, then the last one moved back to end at n: it rewrites bytes
+// already written, with the same values (faster on whole frames than clamping the index in the
+// loop, and than leaving the rest to a scalar loop). n >= width.
+template <class Step>
+HWY_INLINE void EachStep(int32_t n, int32_t width, const Step& step) {
+    for (int32_t i = 0; i < n - width; i += width) step(i);
+    step(n - width);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace qv
+HWY_AFTER_NAMESPACE();
+
+#endif  // QV_CORE_VECTOR_STEPS_INL_H_

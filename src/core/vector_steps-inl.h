@@ -26,6 +26,17 @@ HWY_INLINE void EachStep(int32_t n, int32_t width, const Step& step) {
     step(n - width);
 }
 
+// The pixels of a row of `pixels` that steps of `width` cover (EachStep): the row, less an odd last
+// pixel where chroma is shared by pairs (steps start at even pixels); none for a row shorter than
+// a step.
+template <int kChromaShift, class Step>
+HWY_INLINE int32_t WholeSteps(int32_t pixels, int32_t width, const Step& step) {
+    const int32_t n = kChromaShift == 1 ? pixels & ~1 : pixels;
+    if (n < width) return 0;
+    EachStep(n, width, step);
+    return n;
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace qv
 HWY_AFTER_NAMESPACE();

@@ -60,6 +60,10 @@ Geometry GeometryOf(int format, int32_t w, int32_t h) {
     return g;
 }
 
+// Where every plane starts: this many bytes past a 64-byte boundary (--offset). Frame pools
+// hand out line-aligned planes (0); malloc's own alignment is 16.
+int g_planeOffset = 0;
+
 // A picture with tightly packed rows and five spare rows below each plane: the padding the
 // README asks of sources (block deinterlacing reads up to five rows below a plane).
 struct Picture {
@@ -70,9 +74,10 @@ struct Picture {
     Picture(int format, int32_t w, int32_t h) : g(GeometryOf(format, w, h)) {
         for (int i = 0; i < g.planes; ++i) {
             stride[i] = g.rowBytes[i];
-            bytes[i].resize(static_cast<size_t>(stride[i]) * (g.rows[i] + 5) + 64);
+            bytes[i].resize(static_cast<size_t>(stride[i]) * (g.rows[i] + 5) + 128);
             for (size_t k = 0; k < bytes[i].size(); ++k) bytes[i][k] = static_cast<uint8_t>(k * 131 + i * 17 + (k >> 9));
-            plane[i] = bytes[i].data();
+            const uintptr_t at = reinterpret_cast<uintptr_t>(bytes[i].data());
+            plane[i] = bytes[i].data() + ((64 - at % 64) % 64) + g_planeOffset;
         }
     }
     double Bytes() const {
@@ -497,7 +502,8 @@ std::string Table(const std::vector<Job>& jobs, const Results& now, const Result
     t += std::string("swscale ") + AV_STRINGIFY(LIBSWSCALE_VERSION) + ". ";
 #endif
     t += "Each time is the median of " + std::to_string(g_rounds) +
-         " rounds; a round runs ours, libyuv, swscale and the memcpy floor in turn.\n";
+         " rounds; a round runs ours, libyuv, swscale and the memcpy floor in turn. Planes start " +
+         std::to_string(g_planeOffset) + " bytes past a 64-byte boundary.\n";
     t += "Load average: " + now.load;
     if (other != nullptr) t += " (" + other->kernels + " run: " + other->load + ")";
     t += ".\n\n";
@@ -579,6 +585,7 @@ int main(int argc, char** argv) {
         else if (const char* v = value("--plot=")) plotPath = v;
         else if (const char* v = value("--routes=")) routeFilter = v;
         else if (const char* v = value("--rounds=")) g_rounds = std::max(1, std::atoi(v));
+        else if (const char* v = value("--offset=")) g_planeOffset = std::clamp(std::atoi(v), 0, 63);
         else if (const char* v = value("--peers=")) {
             g_withLibyuv = HasListItem(v, "libyuv");
             g_withSwscale = HasListItem(v, "swscale");
@@ -586,7 +593,7 @@ int main(int argc, char** argv) {
         } else if (a == "--help") {
             std::printf(
                 "qv_bench [--table=FILE.md] [--results=FILE.tsv] [--second=FILE.tsv] [--plot=FILE.dat]\n"
-                "         [--routes=TEXT] [--rounds=N] [--peers=libyuv,swscale,floor]\n"
+                "         [--routes=TEXT] [--rounds=N] [--peers=libyuv,swscale,floor] [--offset=N]\n"
                 "  --table    the markdown table, also printed (default bench-results.md; empty: none)\n"
                 "  --results  this run's medians, for a later run's --second\n"
                 "  --second   a run made in another process (e.g. QV_SIMD=off): its own times and\n"
@@ -594,7 +601,8 @@ int main(int argc, char** argv) {
                 "  --plot     the ours/libyuv ratios of both runs, for scripts/bench-chart.gp\n"
                 "  --routes   only routes whose name contains TEXT\n"
                 "  --rounds   measured rounds of about 25 ms per contender (default 10)\n"
-                "  --peers    the peers to run beside ours (default all three)\n");
+                "  --peers    the peers to run beside ours (default all three)\n"
+                "  --offset   every plane starts N bytes (0-63) past a 64-byte boundary (default 0)\n");
             return 0;
         } else args.push_back(argv[i]);
     }
@@ -611,8 +619,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "qv_bench: cannot read %s\n", otherPath.c_str());
         return 1;
     }
-    std::printf("qv_bench: %s; kernel set %s (%s); %d rounds\n", now.cpu.c_str(), now.kernels.c_str(),
-                SimdLabel(now.simd).c_str(), g_rounds);
+    std::printf("qv_bench: %s; kernel set %s (%s); %d rounds; planes %d bytes past a line\n", now.cpu.c_str(),
+                now.kernels.c_str(), SimdLabel(now.simd).c_str(), g_rounds, g_planeOffset);
 
     std::vector<Job> jobs;
     for (const Route& r : Routes())

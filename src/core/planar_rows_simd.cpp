@@ -15,8 +15,6 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-#include <array>
-
 #include "core/kernel_table.h"
 #include "core/vector_steps-inl.h"
 #include "core/planar_rows.h"
@@ -145,11 +143,7 @@ bool ReverseIn(D d, const uint8_t* src, uint8_t* dst, int32_t n) {
 #if HWY_TARGET == HWY_AVX3_DL
 // 64 bytes a step, reversed by one byte permute.
 HWY_INLINE bool ReverseVbmi(const uint8_t* src, uint8_t* dst, int32_t n) {
-    static constexpr auto kOrder = [] {
-        std::array<uint8_t, 64> order{};
-        for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(63 - k);
-        return order;
-    }();
+    static constexpr Index kOrder = MakeIndex([](int k) { return 63 - k; });
     if (n < 64) return false;
     const __m512i order = _mm512_loadu_si512(kOrder.data());
     const auto step = [&](int32_t i) {
@@ -206,15 +200,10 @@ struct UYVY {
 template <bool kUYVY>
 HWY_INLINE bool PackVbmi(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* out, int32_t n) {
     // Output byte k of pair j = k / 4: luma 2j or 2j + 1 (bytes 0-31), Cb j (32-47), Cr j (48-63).
-    static constexpr auto kOrder = [] {
-        std::array<uint8_t, 64> order{};
-        for (int k = 0; k < 64; ++k) {
-            const int j = k >> 2, slot = (kUYVY ? k ^ 1 : k) & 3;  // 0-3: y0 cb y1 cr
-            order[static_cast<size_t>(k)] = static_cast<uint8_t>(slot == 0 ? 2 * j : slot == 2 ? 2 * j + 1
-                                                                 : slot == 1 ? 32 + j : 48 + j);
-        }
-        return order;
-    }();
+    static constexpr Index kOrder = MakeIndex([](int k) {
+        const int j = k >> 2, slot = (kUYVY ? k ^ 1 : k) & 3;  // 0-3: y0 cb y1 cr
+        return slot == 0 ? 2 * j : slot == 2 ? 2 * j + 1 : slot == 1 ? 32 + j : 48 + j;
+    });
     if (n < 16) return false;
     const __m512i order = _mm512_loadu_si512(kOrder.data());
     const auto step = [&](int32_t i) {

@@ -14,8 +14,6 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
-#include <array>
-
 #include "core/kernel_table.h"
 #include "core/vector_steps-inl.h"
 #include "core/rgb_rows.h"
@@ -175,11 +173,7 @@ HWY_INLINE void StoreValues(hn::Vec<DU32> sum, uint8_t* p) {
 #if QV_VNNI
 // Byte 1 of each 32-bit lane of a vector (a sum's value) in bytes 0-15, repeated for each quarter:
 // a permute merged into quarter q of the result takes the values of 16 sums.
-constexpr std::array<uint8_t, 64> kByte1 = [] {
-    std::array<uint8_t, 64> order{};
-    for (int k = 0; k < 64; ++k) order[static_cast<size_t>(k)] = static_cast<uint8_t>(4 * (k & 15) + 1);
-    return order;
-}();
+constexpr Index kByte1 = MakeIndex([](int k) { return 4 * (k & 15) + 1; });
 
 // 64 pixels a step. Luma: the weights are the unsigned operand (129 does not fit a signed byte)
 // and the pixels, less 128 each, the signed one; 128 x (65 + 129 + 25) = 28032 more in the start

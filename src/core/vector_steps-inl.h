@@ -1,5 +1,6 @@
 // The loop every vector row kernel runs: whole steps from 0, then the last one moved back to end
-// at the row's end. Included by each vector-kernel source inside its per-target compilation.
+// at the row's end; and the byte-permute indices the kernels build at compile time. Included by
+// each vector-kernel source inside its per-target compilation.
 
 // Per-target include guard, the Highway way: toggled for each target foreach_target compiles.
 #if defined(QV_CORE_VECTOR_STEPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -11,6 +12,7 @@
 
 #include <hwy/highway.h>
 
+#include <array>
 #include <cstdint>
 
 HWY_BEFORE_NAMESPACE();
@@ -35,6 +37,16 @@ HWY_INLINE int32_t WholeSteps(int32_t pixels, int32_t width, const Step& step) {
     if (n < width) return 0;
     EachStep(n, width, step);
     return n;
+}
+
+// Byte-permute indices, made at compile time: output byte k takes byte f(k) of the first source
+// (0-63) or byte f(k) - 64 of the second (64-127).
+using Index = std::array<uint8_t, 64>;
+template <class F>
+constexpr Index MakeIndex(F f) {
+    Index index{};
+    for (int k = 0; k < 64; ++k) index[static_cast<size_t>(k)] = static_cast<uint8_t>(f(k));
+    return index;
 }
 
 }  // namespace HWY_NAMESPACE

@@ -20,7 +20,6 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
-#include <array>
 #include <type_traits>
 
 #include "core/kernel_table.h"
@@ -310,15 +309,6 @@ struct SplitTerms {
     }
 };
 
-// Byte-permute indices, made at compile time: output byte k takes byte f(k) of the first source
-// (0-63) or byte f(k) - 64 of the second (64-127).
-using Index = std::array<uint8_t, 64>;
-template <class F>
-constexpr Index MakeIndex(F f) {
-    Index index{};
-    for (int k = 0; k < 64; ++k) index[static_cast<size_t>(k)] = static_cast<uint8_t>(f(k));
-    return index;
-}
 HWY_INLINE __m512i Load(const Index& index) { return _mm512_loadu_si512(index.data()); }
 
 // 16-bit lanes of half h (pixels 32h..32h+31) of a 64-pixel step from a low-byte and a

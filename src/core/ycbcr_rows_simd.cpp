@@ -51,6 +51,16 @@ HWY_INLINE V16 Join(V32 even, V32 odd) {
 }
 HWY_INLINE V32 Even(V32 v) { return hn::And(v, hn::Set(DI32(), 0xFFFF)); }
 HWY_INLINE V32 Odd(V32 v) { return hn::ShiftRight<16>(v); }
+// v >> shift in every lane: by a vector of counts (one operation where the target shifts lanes by
+// their own counts; the shift by one count for all lanes is two on AVX2), else by one count (SSE4
+// has no per-lane shifts).
+HWY_INLINE V32 ShiftDown(V32 v, int32_t shift) {
+#if HWY_TARGET == HWY_SSE4
+    return hn::ShiftRightSame(v, shift);
+#else
+    return hn::Shr(v, hn::Set(DI32(), shift));
+#endif
+}
 HWY_INLINE V32 Clamp16(V32 v) {
     const DI32 d32;
     return hn::Min(hn::Max(v, hn::Set(d32, -32768)), hn::Set(d32, 32767));
@@ -66,28 +76,41 @@ HWY_INLINE V32 Clamp16(V32 v) {
 // the loop it would be reloaded after every store into the destination.
 struct FittedEntries {
     struct Half {
-        int32_t split, a0, b0, a1, b1, shift;  // both pieces of a half share one shift
+        // The second piece also as its differences from the first (wrapping, as the lanes do).
+        int32_t split, a0, b0, a1, b1, da, db, shift;  // both pieces of a half share one shift
     };
     AffinePiece luma;
     Half half[4];
     explicit FittedEntries(const ConvFit& fit) : luma(fit.luma) {
+        const auto minus = [](int32_t x, int32_t y) {
+            return static_cast<int32_t>(static_cast<uint32_t>(x) - static_cast<uint32_t>(y));
+        };
         for (int t = 0; t < 4; ++t) {
-            half[t] = {fit.split[t], fit.chroma[t][0].a, fit.chroma[t][0].b, fit.chroma[t][1].a, fit.chroma[t][1].b,
-                       fit.chroma[t][0].shift};
+            const AffinePiece& p0 = fit.chroma[t][0];
+            const AffinePiece& p1 = fit.chroma[t][1];
+            half[t] = {fit.split[t], p0.a, p0.b, p1.a, p1.b, minus(p1.a, p0.a), minus(p1.b, p0.b), p0.shift};
         }
     }
     HWY_INLINE V32 Entry(V32 s, int t) const {
         const DI32 d32;
         const Half& h = half[t];
+#if HWY_TARGET == HWY_AVX2
+        // The differences added where the sample reaches the split: two operations a coefficient
+        // against a three-operation byte blend.
+        const V32 second = hn::VecFromMask(d32, hn::Gt(s, hn::Set(d32, h.split - 1)));
+        const V32 a = hn::Add(hn::Set(d32, h.a0), hn::And(second, hn::Set(d32, h.da)));
+        const V32 b = hn::Add(hn::Set(d32, h.b0), hn::And(second, hn::Set(d32, h.db)));
+#else
         const auto below = hn::Lt(s, hn::Set(d32, h.split));
-        const V32 line = hn::Add(hn::Mul(s, hn::IfThenElse(below, hn::Set(d32, h.a0), hn::Set(d32, h.a1))),
-                                 hn::IfThenElse(below, hn::Set(d32, h.b0), hn::Set(d32, h.b1)));
-        return Clamp16(hn::ShiftRightSame(line, h.shift));
+        const V32 a = hn::IfThenElse(below, hn::Set(d32, h.a0), hn::Set(d32, h.a1));
+        const V32 b = hn::IfThenElse(below, hn::Set(d32, h.b0), hn::Set(d32, h.b1));
+#endif
+        return Clamp16(ShiftDown(hn::Add(hn::Mul(s, a), b), h.shift));
     }
     // y - 32768 for luma samples.
     HWY_INLINE V32 Luma(V32 s) const {
         const DI32 d32;
-        return Clamp16(hn::ShiftRightSame(hn::Add(hn::Mul(s, hn::Set(d32, luma.a)), hn::Set(d32, luma.b)), luma.shift));
+        return Clamp16(ShiftDown(hn::Add(hn::Mul(s, hn::Set(d32, luma.a)), hn::Set(d32, luma.b)), luma.shift));
     }
     HWY_INLINE void Chroma(V32 cb, V32 cr, V32& cbHigh, V32& cbLow, V32& crHigh, V32& crLow) const {
         cbHigh = Entry(cb, 0);
@@ -206,11 +229,12 @@ struct VecARGB32 {
     using Ref = rows::PackARGB32;
     uint8_t alpha;
     explicit VecARGB32(uint32_t a) : alpha(static_cast<uint8_t>(a)) {}
+    // Blue and green bytes in one 16-bit lane, red and alpha in another, stored interleaved.
     HWY_INLINE void Store(V16 r, V16 g, V16 b, V16, V16, V16, uint8_t* p) const {
-        const DU8H d8;
-        const DI16 d16;
-        hn::StoreInterleaved4(hn::DemoteTo(d8, hn::BitCast(d16, Byte(b))), hn::DemoteTo(d8, hn::BitCast(d16, Byte(g))),
-                              hn::DemoteTo(d8, hn::BitCast(d16, Byte(r))), hn::Set(d8, alpha), d8, p);
+        const DU16 du;
+        hn::StoreInterleaved2(hn::Or(Byte(b), hn::ShiftLeft<8>(Byte(g))),
+                              hn::Or(Byte(r), hn::Set(du, static_cast<uint16_t>(alpha << 8))), du,
+                              reinterpret_cast<uint16_t*>(p));
     }
 };
 

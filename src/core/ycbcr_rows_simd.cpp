@@ -49,6 +49,18 @@ HWY_INLINE V16 Join(V32 even, V32 odd) {
     const DI32 d32;
     return hn::BitCast(DI16(), hn::Or(hn::And(even, hn::Set(d32, 0xFFFF)), hn::ShiftLeft<16>(odd)));
 }
+// Both halves from the even pixel's lane, as chroma shared by a pixel pair needs: one byte shuffle.
+// Either way only the low 16 bits of a 32-bit lane count.
+template <bool kShared>
+HWY_INLINE V16 JoinOf(V32 even, V32 odd) {
+    if constexpr (kShared) {
+        alignas(16) static constexpr uint8_t kLowTwice[16] = {0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13};
+        const hn::Repartition<uint8_t, DI32> d8;
+        return hn::BitCast(DI16(), hn::TableLookupBytes(even, hn::BitCast(DI32(), hn::LoadDup128(d8, kLowTwice))));
+    } else {
+        return Join(even, odd);
+    }
+}
 HWY_INLINE V32 Even(V32 v) { return hn::And(v, hn::Set(DI32(), 0xFFFF)); }
 HWY_INLINE V32 Odd(V32 v) { return hn::ShiftRight<16>(v); }
 // v >> shift in every lane: by a vector of counts (one operation where the target shifts lanes by
@@ -64,6 +76,18 @@ HWY_INLINE V32 ShiftDown(V32 v, int32_t shift) {
 HWY_INLINE V32 Clamp16(V32 v) {
     const DI32 d32;
     return hn::Min(hn::Max(v, hn::Set(d32, -32768)), hn::Set(d32, 32767));
+}
+// Join of values clamped to -32768..32767. Where the saturating narrowing of two vectors lays each
+// 128-bit block out as four lanes of the first, then four of the second (x86, NEON), a byte
+// shuffle interleaves them: two operations against six.
+HWY_INLINE V16 JoinClamped(V32 even, V32 odd) {
+#if HWY_ARCH_X86 || HWY_TARGET == HWY_NEON
+    alignas(16) static constexpr uint8_t kInterleave[16] = {0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15};
+    const hn::Repartition<uint8_t, DI16> d8;
+    return hn::TableLookupBytes(hn::ReorderDemote2To(DI16(), even, odd), hn::BitCast(DI16(), hn::LoadDup128(d8, kInterleave)));
+#else
+    return Join(Clamp16(even), Clamp16(odd));
+#endif
 }
 
 // The Entries classes below give, for samples in 32-bit lanes, the luma entry (y - 32768) and
@@ -107,10 +131,10 @@ struct FittedEntries {
 #endif
         return Clamp16(ShiftDown(hn::Add(hn::Mul(s, a), b), h.shift));
     }
-    // y - 32768 for luma samples.
+    // y - 32768 for luma samples, before the clamp to 16 bits.
     HWY_INLINE V32 Luma(V32 s) const {
         const DI32 d32;
-        return Clamp16(ShiftDown(hn::Add(hn::Mul(s, hn::Set(d32, luma.a)), hn::Set(d32, luma.b)), luma.shift));
+        return ShiftDown(hn::Add(hn::Mul(s, hn::Set(d32, luma.a)), hn::Set(d32, luma.b)), luma.shift);
     }
     HWY_INLINE void Chroma(V32 cb, V32 cr, V32& cbHigh, V32& cbLow, V32& crHigh, V32& crLow) const {
         cbHigh = Entry(cb, 0);
@@ -149,18 +173,19 @@ struct GatheredEntries {
 // A red or blue term from its high and low entries: the high half, and the high half plus one
 // for a negative low half. Past 32767 (a high half at its limit) the sum saturates either way, so
 // the second is held there.
+template <bool kShared>
 HWY_INLINE void SplitTerm(V32 evenHigh, V32 evenLow, V32 oddHigh, V32 oddLow, V16& a, V16& b) {
     const DI32 d32;
     const auto second = [&](V32 high, V32 low) {
         return hn::Min(hn::Sub(high, hn::ShiftRight<31>(low)), hn::Set(d32, 32767));
     };
-    a = Join(evenHigh, oddHigh);
-    b = Join(second(evenHigh, evenLow), second(oddHigh, oddLow));
+    a = JoinOf<kShared>(evenHigh, oddHigh);
+    b = JoinOf<kShared>(second(evenHigh, evenLow), second(oddHigh, oddLow));
 }
 // The green term's two halves are equal: the 16-bit sum of the low entries.
+template <bool kShared>
 HWY_INLINE V16 GreenTerm(V32 evenCbLow, V32 evenCrLow, V32 oddCbLow, V32 oddCrLow) {
-    const auto sum16 = [](V32 cbLow, V32 crLow) { return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::Add(cbLow, crLow))); };
-    return Join(sum16(evenCbLow, evenCrLow), sum16(oddCbLow, oddCrLow));
+    return JoinOf<kShared>(hn::Add(evenCbLow, evenCrLow), hn::Add(oddCbLow, oddCrLow));
 }
 
 // Saturated Y' + a + b: one channel of every pixel, before the shift by 7.
@@ -269,26 +294,26 @@ HWY_INLINE int32_t VectorPart(const uint8_t* const y[2], const uint8_t* cb, cons
             const V32 r = hn::PromoteTo(d32, hn::LoadU(DU8Q(), cr + (x >> 1)));
             V32 cbHigh, cbLow, crHigh, crLow;
             entries.Chroma(b, r, cbHigh, cbLow, crHigh, crLow);
-            SplitTerm(crHigh, crLow, crHigh, crLow, redA, redB);
-            SplitTerm(cbHigh, cbLow, cbHigh, cbLow, blueA, blueB);
-            green = GreenTerm(cbLow, crLow, cbLow, crLow);
-            cbs = Join(b, b);
-            crs = Join(r, r);
+            SplitTerm<true>(crHigh, crLow, crHigh, crLow, redA, redB);
+            SplitTerm<true>(cbHigh, cbLow, cbHigh, cbLow, blueA, blueB);
+            green = GreenTerm<true>(cbLow, crLow, cbLow, crLow);
+            cbs = JoinOf<true>(b, b);
+            crs = JoinOf<true>(r, r);
         } else {
             const V32 b = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), cb + x)));
             const V32 r = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), cr + x)));
             V32 cbHighE, cbLowE, crHighE, crLowE, cbHighO, cbLowO, crHighO, crLowO;
             entries.Chroma(Even(b), Even(r), cbHighE, cbLowE, crHighE, crLowE);
             entries.Chroma(Odd(b), Odd(r), cbHighO, cbLowO, crHighO, crLowO);
-            SplitTerm(crHighE, crLowE, crHighO, crLowO, redA, redB);
-            SplitTerm(cbHighE, cbLowE, cbHighO, cbLowO, blueA, blueB);
-            green = GreenTerm(cbLowE, crLowE, cbLowO, crLowO);
+            SplitTerm<false>(crHighE, crLowE, crHighO, crLowO, redA, redB);
+            SplitTerm<false>(cbHighE, cbLowE, cbHighO, cbLowO, blueA, blueB);
+            green = GreenTerm<false>(cbLowE, crLowE, cbLowO, crLowO);
             cbs = hn::BitCast(d16, b);
             crs = hn::BitCast(d16, r);
         }
         for (int row = 0; row < kRows; ++row) {
             const V32 s = hn::BitCast(d32, hn::PromoteTo(DU16(), hn::LoadU(DU8H(), y[row] + x)));
-            const V16 luma = Join(entries.Luma(Even(s)), entries.Luma(Odd(s)));
+            const V16 luma = JoinClamped(entries.Luma(Even(s)), entries.Luma(Odd(s)));
             pack.Store(Channel(luma, redA, redB), Channel(luma, green, green), Channel(luma, blueA, blueB),
                        hn::BitCast(d16, s), cbs, crs, d[row] + x * kBytes);
         }

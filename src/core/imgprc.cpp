@@ -130,6 +130,12 @@ bool FitConversionTables(const uint16_t* yTable, const int32_t* cbTable, const i
                  FitPiece(values[t + 1], split, 255, -32768, 32767, &fit->chroma[t][1]);
         }
     }
+    bool plain = ok;
+    for (int t = 0; t < 4 && plain; ++t) plain = fit->chroma[t][0].a == fit->chroma[t][1].a;
+    for (int t = 1; t < 5 && plain; ++t) {
+        for (int s = 0; s < 256 && plain; ++s) plain = values[t][s] > -32768 && values[t][s] < 32767;
+    }
+    fit->plain = plain ? 1 : 0;
     fit->ok = ok ? 1 : 0;
     return ok;
 }

@@ -67,6 +67,9 @@ struct ConvFit {
     // continues the rounding: 128 for a rising half, 129 for a falling one.
     AffinePiece chroma[4][2];
     int32_t split[4];
+    // Both pieces of every half share their slope, and no entry sits at a 16-bit limit (so no
+    // line value needs the clamp): the kernels then skip both.
+    int32_t plain;
 };
 // yTable (256 x 16 bits), cbTable and crTable (256 x 32 bits each) back to back.
 constexpr int32_t kCbTableOffset = 256 * 2;

@@ -97,7 +97,9 @@ HWY_INLINE V16 JoinClamped(V32 even, V32 odd) {
 // and the compiler lifts them out of it.
 
 // Entries computed from the fitted lines. The fit is copied: read through the table block inside
-// the loop it would be reloaded after every store into the destination.
+// the loop it would be reloaded after every store into the destination. kPlain: the fit is plain
+// (ConvFit), one slope a half and no clamp.
+template <bool kPlain>
 struct FittedEntries {
     struct Half {
         // The second piece also as its differences from the first (wrapping, as the lanes do).
@@ -122,14 +124,15 @@ struct FittedEntries {
         // The differences added where the sample reaches the split: two operations a coefficient
         // against a three-operation byte blend.
         const V32 second = hn::VecFromMask(d32, hn::Gt(s, hn::Set(d32, h.split - 1)));
-        const V32 a = hn::Add(hn::Set(d32, h.a0), hn::And(second, hn::Set(d32, h.da)));
+        const V32 a = kPlain ? hn::Set(d32, h.a0) : hn::Add(hn::Set(d32, h.a0), hn::And(second, hn::Set(d32, h.da)));
         const V32 b = hn::Add(hn::Set(d32, h.b0), hn::And(second, hn::Set(d32, h.db)));
 #else
         const auto below = hn::Lt(s, hn::Set(d32, h.split));
-        const V32 a = hn::IfThenElse(below, hn::Set(d32, h.a0), hn::Set(d32, h.a1));
+        const V32 a = kPlain ? hn::Set(d32, h.a0) : hn::IfThenElse(below, hn::Set(d32, h.a0), hn::Set(d32, h.a1));
         const V32 b = hn::IfThenElse(below, hn::Set(d32, h.b0), hn::Set(d32, h.b1));
 #endif
-        return Clamp16(ShiftDown(hn::Add(hn::Mul(s, a), b), h.shift));
+        const V32 line = ShiftDown(hn::Add(hn::Mul(s, a), b), h.shift);
+        return kPlain ? line : Clamp16(line);
     }
     // y - 32768 for luma samples, before the clamp to 16 bits.
     HWY_INLINE V32 Luma(V32 s) const {
@@ -717,7 +720,9 @@ void ConvertRows(const uint8_t* const y[2], const uint8_t* cb, const uint8_t* cr
     } else
 #endif
     if (t.fit != nullptr && t.fit->ok) {
-        done = VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries(*t.fit), pack);
+        done = t.fit->plain
+                   ? VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries<true>(*t.fit), pack)
+                   : VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, FittedEntries<false>(*t.fit), pack);
     } else {
         done = VectorPart<VecPack, kRows, kChromaShift>(y, cb, cr, d, width, GatheredEntries{t}, pack);
     }

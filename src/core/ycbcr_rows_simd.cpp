@@ -242,14 +242,56 @@ struct VecRGB555 {
     }
 };
 
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+// RGB888 bytes of the 8 pixels of a 128-bit block, from blue and green bytes side by side (b0-7,
+// g0-7) and red ones (r0-7 twice): bytes 0-15 of the 24, then bytes 16-23 in the low half.
+// 0x80: a zero byte, which the other shuffle fills.
+template <int kFrom, bool kRed>
+constexpr Index kRGB888Bytes = MakeIndex([](int k) {
+    const int at = kFrom + k % 16, channel = at % 3;
+    if (at >= 24 || (channel == 2) != kRed) return 0x80;
+    return channel == 1 ? 8 + at / 3 : at / 3;
+});
+#endif
+
 struct VecRGB888 {
     using Ref = rows::PackRGB888;
     explicit VecRGB888(uint32_t) {}
     HWY_INLINE void Store(V16 r, V16 g, V16 b, V16, V16, V16, uint8_t* p) const {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+        // Channel levels 0..511 before the saturating narrowing clamps them to 255; then per
+        // 128-bit block a narrowing of blue with green and of red with itself, and byte shuffles
+        // into the block's 24 bytes (16 and 8 stored).
+        const auto level = [](V16 sum) {
+            return hn::ShiftRight<7>(hn::BitCast(DU16(), hn::Xor(sum, hn::Set(DI16(), int16_t{-32768})))).raw;
+        };
+#if HWY_TARGET == HWY_AVX2
+        const auto table = [](const Index& i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i.data())); };
+        const __m256i bg = _mm256_packus_epi16(level(b), level(g)), rr = _mm256_packus_epi16(level(r), level(r));
+        const __m256i first = _mm256_or_si256(_mm256_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
+                                              _mm256_shuffle_epi8(rr, table(kRGB888Bytes<0, true>)));
+        const __m256i last = _mm256_or_si256(_mm256_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
+                                             _mm256_shuffle_epi8(rr, table(kRGB888Bytes<16, true>)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(first));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16), _mm256_castsi256_si128(last));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 24), _mm256_extracti128_si256(first, 1));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 40), _mm256_extracti128_si256(last, 1));
+#else
+        const auto table = [](const Index& i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(i.data())); };
+        const __m128i bg = _mm_packus_epi16(level(b), level(g)), rr = _mm_packus_epi16(level(r), level(r));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p),
+                         _mm_or_si128(_mm_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
+                                      _mm_shuffle_epi8(rr, table(kRGB888Bytes<0, true>))));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16),
+                         _mm_or_si128(_mm_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
+                                      _mm_shuffle_epi8(rr, table(kRGB888Bytes<16, true>))));
+#endif
+#else
         const DU8H d8;
         const DI16 d16;
         hn::StoreInterleaved3(hn::DemoteTo(d8, hn::BitCast(d16, Byte(b))), hn::DemoteTo(d8, hn::BitCast(d16, Byte(g))),
                               hn::DemoteTo(d8, hn::BitCast(d16, Byte(r))), d8, p);
+#endif
     }
 };
 

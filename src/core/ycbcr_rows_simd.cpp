@@ -242,7 +242,7 @@ struct VecRGB555 {
     }
 };
 
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
 // RGB888 bytes of the 8 pixels of a 128-bit block, from blue and green bytes side by side (b0-7,
 // g0-7) and red ones (r0-7 twice): bytes 0-15 of the 24, then bytes 16-23 in the low half.
 // 0x80: a zero byte, which the other shuffle fills.
@@ -258,14 +258,30 @@ struct VecRGB888 {
     using Ref = rows::PackRGB888;
     explicit VecRGB888(uint32_t) {}
     HWY_INLINE void Store(V16 r, V16 g, V16 b, V16, V16, V16, uint8_t* p) const {
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
         // Channel levels 0..511 before the saturating narrowing clamps them to 255; then per
         // 128-bit block a narrowing of blue with green and of red with itself, and byte shuffles
         // into the block's 24 bytes (16 and 8 stored).
         const auto level = [](V16 sum) {
             return hn::ShiftRight<7>(hn::BitCast(DU16(), hn::Xor(sum, hn::Set(DI16(), int16_t{-32768})))).raw;
         };
-#if HWY_TARGET == HWY_AVX2
+#if HWY_TARGET == HWY_AVX3
+        // The four blocks' 16 and 8 bytes gathered into 96 contiguous ones by two dword permutes.
+        const auto table = [](const Index& i) { return _mm512_loadu_si512(i.data()); };
+        const __m512i bg = _mm512_packus_epi16(level(b), level(g)), rr = _mm512_packus_epi16(level(r), level(r));
+        const __m512i first = _mm512_or_si512(_mm512_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
+                                              _mm512_shuffle_epi8(rr, table(kRGB888Bytes<0, true>)));
+        const __m512i last = _mm512_or_si512(_mm512_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
+                                             _mm512_shuffle_epi8(rr, table(kRGB888Bytes<16, true>)));
+        // Output dword k from `first` (0-15) or `last` (16-31): each block's four, then its two.
+        alignas(64) static constexpr int32_t kDwords[24] = {0, 1, 2,  3,  16, 17, 4,  5,  6,  7,  20, 21,
+                                                            8, 9, 10, 11, 24, 25, 12, 13, 14, 15, 28, 29};
+        _mm512_storeu_si512(p, _mm512_permutex2var_epi32(first, _mm512_load_si512(kDwords), last));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 64),
+                            _mm512_castsi512_si256(_mm512_permutex2var_epi32(
+                                first, _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(kDwords + 16))),
+                                last)));
+#elif HWY_TARGET == HWY_AVX2
         const auto table = [](const Index& i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i.data())); };
         const __m256i bg = _mm256_packus_epi16(level(b), level(g)), rr = _mm256_packus_epi16(level(r), level(r));
         const __m256i first = _mm256_or_si256(_mm256_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),

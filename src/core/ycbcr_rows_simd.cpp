@@ -193,12 +193,12 @@ HWY_INLINE V16 GreenTerm(V32 evenCbLow, V32 evenCrLow, V32 oddCbLow, V32 oddCrLo
 
 // Saturated Y' + a + b: one channel of every pixel, before the shift by 7.
 HWY_INLINE V16 Channel(V16 luma, V16 a, V16 b) { return hn::SaturatedAdd(hn::SaturatedAdd(luma, a), b); }
-// The 8-bit channel value in a 16-bit lane, 0..255.
-HWY_INLINE hn::Vec<DU16> Byte(V16 sum) {
-    const DI16 d16;
-    const V16 m = hn::Min(sum, hn::Set(d16, int16_t{-1}));
-    return hn::ShiftRight<7>(hn::BitCast(DU16(), hn::Xor(m, hn::Set(d16, int16_t{-32768}))));
+// The channel level in a 16-bit lane, 0..511: above 255 where the sum is not negative.
+HWY_INLINE hn::Vec<DU16> Level(V16 sum) {
+    return hn::ShiftRight<7>(hn::BitCast(DU16(), hn::Xor(sum, hn::Set(DI16(), int16_t{-32768}))));
 }
+// The 8-bit channel value in a 16-bit lane, 0..255.
+HWY_INLINE hn::Vec<DU16> Byte(V16 sum) { return Level(hn::Min(sum, hn::Set(DI16(), int16_t{-1}))); }
 
 // ---- vector packers: the three channel sums of N16 pixels into their destination ------------
 
@@ -252,6 +252,17 @@ constexpr Index kRGB888Bytes = MakeIndex([](int k) {
     if (at >= 24 || (channel == 2) != kRed) return 0x80;
     return channel == 1 ? 8 + at / 3 : at / 3;
 });
+using DU8 = hn::Repartition<uint8_t, DI16>;
+// Per 128-bit block, the levels of a's eight lanes then b's, narrowed to bytes with saturation.
+HWY_INLINE hn::Vec<DU8> NarrowBlocks(hn::Vec<DU16> a, hn::Vec<DU16> b) {
+#if HWY_TARGET == HWY_AVX3
+    return hn::Vec<DU8>{_mm512_packus_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return hn::Vec<DU8>{_mm256_packus_epi16(a.raw, b.raw)};
+#else
+    return hn::Vec<DU8>{_mm_packus_epi16(a.raw, b.raw)};
+#endif
+}
 #endif
 
 struct VecRGB888 {
@@ -259,48 +270,32 @@ struct VecRGB888 {
     explicit VecRGB888(uint32_t) {}
     HWY_INLINE void Store(V16 r, V16 g, V16 b, V16, V16, V16, uint8_t* p) const {
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
-        // Channel levels 0..511 before the saturating narrowing clamps them to 255; then per
-        // 128-bit block a narrowing of blue with green and of red with itself, and byte shuffles
-        // into the block's 24 bytes (16 and 8 stored).
-        const auto level = [](V16 sum) {
-            return hn::ShiftRight<7>(hn::BitCast(DU16(), hn::Xor(sum, hn::Set(DI16(), int16_t{-32768})))).raw;
+        // Per 128-bit block, blue with green and red with itself narrowed (the saturation clamps
+        // the levels to 255), then byte shuffles into the block's 24 bytes: 16 and 8.
+        const DU8 d8;
+        const auto bg = NarrowBlocks(Level(b), Level(g)), rr = NarrowBlocks(Level(r), Level(r));
+        const auto bytes = [&](const Index& fromBG, const Index& fromR) {
+            return hn::Or(hn::TableLookupBytesOr0(bg, hn::LoadU(d8, fromBG.data())),
+                          hn::TableLookupBytesOr0(rr, hn::LoadU(d8, fromR.data()))).raw;
         };
+        const auto first = bytes(kRGB888Bytes<0, false>, kRGB888Bytes<0, true>);
+        const auto last = bytes(kRGB888Bytes<16, false>, kRGB888Bytes<16, true>);
 #if HWY_TARGET == HWY_AVX3
-        // The four blocks' 16 and 8 bytes gathered into 96 contiguous ones by two dword permutes.
-        const auto table = [](const Index& i) { return _mm512_loadu_si512(i.data()); };
-        const __m512i bg = _mm512_packus_epi16(level(b), level(g)), rr = _mm512_packus_epi16(level(r), level(r));
-        const __m512i first = _mm512_or_si512(_mm512_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
-                                              _mm512_shuffle_epi8(rr, table(kRGB888Bytes<0, true>)));
-        const __m512i last = _mm512_or_si512(_mm512_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
-                                             _mm512_shuffle_epi8(rr, table(kRGB888Bytes<16, true>)));
-        // Output dword k from `first` (0-15) or `last` (16-31): each block's four, then its two.
-        alignas(64) static constexpr int32_t kDwords[24] = {0, 1, 2,  3,  16, 17, 4,  5,  6,  7,  20, 21,
+        // The four blocks' bytes gathered into 96 contiguous ones by two dword permutes: output
+        // dword k from `first` (0-15) or `last` (16-31), each block's four, then its two.
+        alignas(64) static constexpr int32_t kDwords[32] = {0, 1, 2,  3,  16, 17, 4,  5,  6,  7,  20, 21,
                                                             8, 9, 10, 11, 24, 25, 12, 13, 14, 15, 28, 29};
         _mm512_storeu_si512(p, _mm512_permutex2var_epi32(first, _mm512_load_si512(kDwords), last));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 64),
-                            _mm512_castsi512_si256(_mm512_permutex2var_epi32(
-                                first, _mm512_zextsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(kDwords + 16))),
-                                last)));
+                            _mm512_castsi512_si256(_mm512_permutex2var_epi32(first, _mm512_load_si512(kDwords + 16), last)));
 #elif HWY_TARGET == HWY_AVX2
-        const auto table = [](const Index& i) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i.data())); };
-        const __m256i bg = _mm256_packus_epi16(level(b), level(g)), rr = _mm256_packus_epi16(level(r), level(r));
-        const __m256i first = _mm256_or_si256(_mm256_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
-                                              _mm256_shuffle_epi8(rr, table(kRGB888Bytes<0, true>)));
-        const __m256i last = _mm256_or_si256(_mm256_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
-                                             _mm256_shuffle_epi8(rr, table(kRGB888Bytes<16, true>)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(first));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16), _mm256_castsi256_si128(last));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 24), _mm256_extracti128_si256(first, 1));
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 40), _mm256_extracti128_si256(last, 1));
 #else
-        const auto table = [](const Index& i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(i.data())); };
-        const __m128i bg = _mm_packus_epi16(level(b), level(g)), rr = _mm_packus_epi16(level(r), level(r));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(p),
-                         _mm_or_si128(_mm_shuffle_epi8(bg, table(kRGB888Bytes<0, false>)),
-                                      _mm_shuffle_epi8(rr, table(kRGB888Bytes<0, true>))));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16),
-                         _mm_or_si128(_mm_shuffle_epi8(bg, table(kRGB888Bytes<16, false>)),
-                                      _mm_shuffle_epi8(rr, table(kRGB888Bytes<16, true>))));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), first);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + 16), last);
 #endif
 #else
         const DU8H d8;

@@ -78,10 +78,10 @@ HWY_INLINE V32 Clamp16(V32 v) {
     return hn::Min(hn::Max(v, hn::Set(d32, -32768)), hn::Set(d32, 32767));
 }
 // Join of values clamped to -32768..32767. Where the saturating narrowing of two vectors lays each
-// 128-bit block out as four lanes of the first, then four of the second (x86, NEON), a byte
-// shuffle interleaves them: two operations against six.
+// 128-bit block out as four lanes of the first, then four of the second (x86, 64-bit NEON; 32-bit
+// NEON puts the second first), a byte shuffle interleaves them: two operations against six.
 HWY_INLINE V16 JoinClamped(V32 even, V32 odd) {
-#if HWY_ARCH_X86 || HWY_TARGET == HWY_NEON
+#if HWY_ARCH_X86 || (HWY_TARGET == HWY_NEON && HWY_ARCH_ARM_A64)
     alignas(16) static constexpr uint8_t kInterleave[16] = {0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15};
     const hn::Repartition<uint8_t, DI16> d8;
     return hn::TableLookupBytes(hn::ReorderDemote2To(DI16(), even, odd), hn::BitCast(DI16(), hn::LoadDup128(d8, kInterleave)));
